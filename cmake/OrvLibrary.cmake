@@ -1,0 +1,38 @@
+# orv_add_library(<target> <output-name> <alias> <source-root> [DEPENDS <targets>...])
+#
+# Builds one shared library from every source below <source-root>, with a SONAME version,
+# hidden symbols by default (the API is exported with the library's *_API macro) and the
+# headers installed beside their include path.
+function(orv_add_library target output_name alias source_root)
+  cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${source_root}/*.cpp")
+  file(GLOB_RECURSE headers CONFIGURE_DEPENDS "${source_root}/*.h")
+  list(FILTER headers EXCLUDE REGEX "/detail/")
+  add_library(${target} SHARED ${sources} ${headers})
+  add_library(orv::${alias} ALIAS ${target})
+  string(TOUPPER "${target}" upper)
+  target_compile_definitions(${target} PRIVATE ${upper}_BUILDING=1)
+  target_include_directories(${target} PUBLIC
+    "$<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}>"
+    "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic)
+  target_link_libraries(${target} PUBLIC Threads::Threads ${ARG_DEPENDS})
+  set_target_properties(${target} PROPERTIES
+    OUTPUT_NAME ${output_name}
+    EXPORT_NAME ${alias}
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR})
+  foreach(header IN LISTS headers)
+    file(RELATIVE_PATH rel "${CMAKE_CURRENT_SOURCE_DIR}" "${header}")
+    get_filename_component(dir "${rel}" DIRECTORY)
+    install(FILES "${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/${dir}")
+  endforeach()
+  install(TARGETS ${target} EXPORT orvTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  configure_file("${PROJECT_SOURCE_DIR}/cmake/orv.pc.in"
+    "${PROJECT_BINARY_DIR}/pkgconfig/${output_name}.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/pkgconfig/${output_name}.pc"
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+endfunction()

@@ -1,0 +1,62 @@
+#include "orv/common/system/LimitedSemaphore.h"
+
+#include <algorithm>
+
+namespace orv {
+namespace common {
+namespace system {
+
+LimitedSemaphore::LimitedSemaphore(int count, int limit)
+    : m_count(std::max(count, 0)), m_limit(std::max({count, limit, 0})) {}
+
+void LimitedSemaphore::up() {
+    // A full semaphore stays full whatever happens next, so the common "already signalled"
+    // case needs no lock.
+    if (m_count.load(std::memory_order_acquire) >= m_limit) {
+        return;
+    }
+    std::lock_guard<std::mutex> guard(m_mutex);
+    int count = m_count.load(std::memory_order_relaxed);
+    while (count < m_limit &&
+           !m_count.compare_exchange_weak(count, count + 1, std::memory_order_acq_rel)) {
+    }
+    if (m_waiters > 0) {
+        m_raised.notify_one();
+    }
+}
+
+bool LimitedSemaphore::tryDown() noexcept {
+    int count = m_count.load(std::memory_order_acquire);
+    while (count > 0) {
+        if (m_count.compare_exchange_weak(count, count - 1, std::memory_order_acq_rel)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void LimitedSemaphore::down() {
+    if (tryDown()) {
+        return;
+    }
+    std::unique_lock<std::mutex> lock(m_mutex);
+    ++m_waiters;
+    m_raised.wait(lock, [this] { return tryDown(); });
+    --m_waiters;
+}
+
+bool LimitedSemaphore::downFor(std::chrono::nanoseconds timeout) {
+    if (tryDown()) {
+        return true;
+    }
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    std::unique_lock<std::mutex> lock(m_mutex);
+    ++m_waiters;
+    const bool taken = m_raised.wait_until(lock, deadline, [this] { return tryDown(); });
+    --m_waiters;
+    return taken;
+}
+
+}  // namespace system
+}  // namespace common
+}  // namespace orv
