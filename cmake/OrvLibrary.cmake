@@ -21,7 +21,8 @@ function(orv_add_library target output_name alias source_root)
     OUTPUT_NAME ${output_name}
     EXPORT_NAME ${alias}
     VERSION ${PROJECT_VERSION}
-    SOVERSION ${PROJECT_VERSION_MAJOR})
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    INSTALL_RPATH "$ORIGIN")
   foreach(header IN LISTS headers)
     file(RELATIVE_PATH rel "${CMAKE_CURRENT_SOURCE_DIR}" "${header}")
     get_filename_component(dir "${rel}" DIRECTORY)
@@ -31,6 +32,11 @@ function(orv_add_library target output_name alias source_root)
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  set(pc_requires "")
+  foreach(dependency IN LISTS ARG_DEPENDS)
+    get_target_property(dependency_name ${dependency} OUTPUT_NAME)
+    string(APPEND pc_requires " ${dependency_name}")
+  endforeach()
   configure_file("${PROJECT_SOURCE_DIR}/cmake/orv.pc.in"
     "${PROJECT_BINARY_DIR}/pkgconfig/${output_name}.pc" @ONLY)
   install(FILES "${PROJECT_BINARY_DIR}/pkgconfig/${output_name}.pc"

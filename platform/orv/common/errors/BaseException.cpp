@@ -32,11 +32,17 @@ BaseException& BaseException::operator=(const BaseException& other) {
 
 BaseException::~BaseException() = default;
 
-const char* BaseException::what() const noexcept { return m_message.c_str(); }
+const char* BaseException::what() const noexcept {
+    return m_message.c_str();
+}
 
-void BaseException::raise() { throw BaseException(*this); }
+void BaseException::raise() {
+    throw BaseException(*this);
+}
 
-BaseException* BaseException::clone() const { return new BaseException(*this); }
+BaseException* BaseException::clone() const {
+    return new BaseException(*this);
+}
 
 }  // namespace errors
 }  // namespace common

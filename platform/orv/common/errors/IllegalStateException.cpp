@@ -6,9 +6,13 @@ namespace errors {
 
 IllegalStateException::~IllegalStateException() = default;
 
-void IllegalStateException::raise() { throw IllegalStateException(*this); }
+void IllegalStateException::raise() {
+    throw IllegalStateException(*this);
+}
 
-IllegalStateException* IllegalStateException::clone() const { return new IllegalStateException(*this); }
+IllegalStateException* IllegalStateException::clone() const {
+    return new IllegalStateException(*this);
+}
 
 }  // namespace errors
 }  // namespace common

@@ -6,9 +6,13 @@ namespace errors {
 
 InvalidArgumentException::~InvalidArgumentException() = default;
 
-void InvalidArgumentException::raise() { throw InvalidArgumentException(*this); }
+void InvalidArgumentException::raise() {
+    throw InvalidArgumentException(*this);
+}
 
-InvalidArgumentException* InvalidArgumentException::clone() const { return new InvalidArgumentException(*this); }
+InvalidArgumentException* InvalidArgumentException::clone() const {
+    return new InvalidArgumentException(*this);
+}
 
 }  // namespace errors
 }  // namespace common

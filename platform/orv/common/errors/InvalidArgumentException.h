@@ -6,8 +6,8 @@ namespace orv {
 namespace common {
 namespace errors {
 
-// Thrown for an argument a function cannot work with. Adds nothing to BaseException but its type, which raise() and clone()
-// keep.
+// Thrown for an argument a function cannot work with. Adds nothing to BaseException but its type,
+// which raise() and clone() keep.
 class ORV_COMMON_API InvalidArgumentException : public BaseException {
 public:
     using BaseException::BaseException;

@@ -8,7 +8,8 @@ namespace {
 
 // Byte index shown at each of the 16 two-digit places of the text form, and where each
 // place starts in the text.
-constexpr std::uint8_t ByteOrder[GUID::Size] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
+constexpr std::uint8_t ByteOrder[GUID::Size] = {3, 2, 1,  0,  5,  4,  7,  6,
+                                                8, 9, 10, 11, 12, 13, 14, 15};
 constexpr std::uint8_t TextPosition[GUID::Size] = {0,  2,  4,  6,  9,  11, 14, 16,
                                                    19, 21, 24, 26, 28, 30, 32, 34};
 constexpr std::size_t DashPositions[] = {8, 13, 18, 23};

@@ -10,14 +10,14 @@ namespace system {
 // is sequentially consistent.
 class AtomicInteger {
 public:
-    constexpr explicit AtomicInteger(int value = 0) noexcept : m_value(static_cast<unsigned>(value)) {}
+    constexpr explicit AtomicInteger(int value = 0) noexcept
+        : m_value(static_cast<unsigned>(value)) {}
     AtomicInteger(const AtomicInteger&) = delete;
     AtomicInteger& operator=(const AtomicInteger&) = delete;
 
     // Adds `delta` and returns the value from before the addition (wrapping on overflow).
     int exchangeAdd(int delta) noexcept {
-        return static_cast<int>(
-            m_value.fetch_add(static_cast<unsigned>(delta)));
+        return static_cast<int>(m_value.fetch_add(static_cast<unsigned>(delta)));
     }
     int get() const noexcept { return static_cast<int>(m_value.load()); }
     void set(int value) noexcept { m_value.store(static_cast<unsigned>(value)); }

@@ -40,9 +40,8 @@ void init(os_onceinit_t& control, Runnable& runnable) {
     }
     {
         std::unique_lock<std::mutex> lock(stateLock());
-        stateChanged().wait(lock, [&] {
-            return control.state.load(std::memory_order_relaxed) != Running;
-        });
+        stateChanged().wait(
+            lock, [&] { return control.state.load(std::memory_order_relaxed) != Running; });
         if (control.state.load(std::memory_order_relaxed) == Done) {
             return;
         }

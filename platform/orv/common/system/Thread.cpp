@@ -14,9 +14,9 @@ namespace {
 
 constexpr std::size_t MaxOsNameLength = 15;
 
-void setOsName(std::thread& thread, const std::string& name) {
+void setOsName(pthread_t thread, const std::string& name) {
     const std::string shortName = name.substr(0, MaxOsNameLength);
-    pthread_setname_np(thread.native_handle(), shortName.c_str());
+    pthread_setname_np(thread, shortName.c_str());
 }
 
 }  // namespace
@@ -47,7 +47,8 @@ void Thread::start() {
         m_running.store(false, std::memory_order_release);
         throw;
     }
-    setOsName(m_thread, m_name);
+    // Named here too, so that the name is in place when start() returns.
+    setOsName(m_thread.native_handle(), m_name);
 }
 
 void Thread::join() {
@@ -84,6 +85,7 @@ types::SmartPtr<logging::LogWriter> Thread::getLogWriter() {
 
 void Thread::body() noexcept {
     m_threadId.store(std::this_thread::get_id(), std::memory_order_release);
+    setOsName(pthread_self(), m_name);  // named before any of its own code runs
     const char* stage = "preExecute";
     try {
         preExecute();
@@ -102,8 +104,8 @@ void Thread::body() noexcept {
 
 void Thread::report(const char* stage, const char* what) noexcept {
     try {
-        getLogWriter()->write(ErrorLevel, "Thread \"" + m_name + "\" ended: " + stage +
-                                              "() threw: " + what);
+        getLogWriter()->write(ErrorLevel,
+                              "Thread \"" + m_name + "\" ended: " + stage + "() threw: " + what);
     } catch (...) {  // NOLINT(bugprone-empty-catch): nothing is left to report to
     }
 }

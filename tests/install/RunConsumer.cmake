@@ -1,0 +1,39 @@
+# Installs the build tree into a scratch prefix, then builds and runs an outside consumer
+# twice: once through find_package(orv CONFIG REQUIRED), once through pkg-config.
+cmake_minimum_required(VERSION 3.25)
+
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT result EQUAL 0)
+    message(FATAL_ERROR "Failed (${result}): ${ARGN}\n${output}")
+  endif()
+  set(last_output "${output}" PARENT_SCOPE)
+endfunction()
+
+set(prefix "${WORK_DIR}/prefix")
+file(REMOVE_RECURSE "${WORK_DIR}")
+run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
+
+run(${CMAKE_COMMAND} -S "${CONSUMER_DIR}" -B "${WORK_DIR}/cmake-build" -G Ninja
+  "-DCMAKE_PREFIX_PATH=${prefix}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" -DCMAKE_BUILD_TYPE=Release)
+run(${CMAKE_COMMAND} --build "${WORK_DIR}/cmake-build")
+run("${WORK_DIR}/cmake-build/consumer")
+if(NOT last_output MATCHES "consumer ok")
+  message(FATAL_ERROR "Unexpected consumer output: ${last_output}")
+endif()
+
+file(GLOB pc_dirs "${prefix}/lib*/pkgconfig" "${prefix}/lib/*/pkgconfig")
+set(ENV{PKG_CONFIG_PATH} "${pc_dirs}")
+run(pkg-config --cflags --libs orv.nol.common)
+string(STRIP "${last_output}" pc_flags)
+separate_arguments(pc_flags UNIX_COMMAND "${pc_flags}")
+separate_arguments(cxx_flags UNIX_COMMAND "${CXX_FLAGS}")
+run(${CXX} -std=c++17 ${cxx_flags} "${CONSUMER_DIR}/main.cpp" -o "${WORK_DIR}/pc-consumer" ${pc_flags})
+file(GLOB lib_dirs "${prefix}/lib*" "${prefix}/lib/*")
+list(JOIN lib_dirs ":" library_path)
+set(ENV{LD_LIBRARY_PATH} "${library_path}")
+run("${WORK_DIR}/pc-consumer")
+if(NOT last_output MATCHES "consumer ok")
+  message(FATAL_ERROR "Unexpected pkg-config consumer output: ${last_output}")
+endif()
+message(STATUS "Both consumers built and ran against ${prefix}")
