@@ -64,7 +64,7 @@ void SHA1::update(types::BufferDescriptor<const char> data) noexcept {
     if (size == 0) {
         return;
     }
-    std::size_t pending = static_cast<std::size_t>(m_length % BlockSize);
+    auto pending = static_cast<std::size_t>(m_length % BlockSize);
     m_length += size;
 
     // Complete a block started by an earlier call first.
@@ -96,7 +96,7 @@ void SHA1::getDigest(std::uint8_t* out, std::size_t length) const noexcept {
     // big-endian number ending a block. It spills into a second block when fewer than nine
     // bytes are left in the first.
     unsigned char last[2 * BlockSize];
-    const std::size_t pending = static_cast<std::size_t>(m_length % BlockSize);
+    const auto pending = static_cast<std::size_t>(m_length % BlockSize);
     const std::size_t lastSize = pending + 1 + 8 <= BlockSize ? BlockSize : 2 * BlockSize;
     std::memcpy(last, m_pending, pending);
     last[pending] = 0x80;

@@ -1,5 +1,7 @@
 #include "orv/common/guid/GUID.h"
 
+#include <algorithm>
+
 namespace orv {
 namespace common {
 namespace guid {
@@ -33,12 +35,7 @@ constexpr int digitValue(char c) noexcept {
 }  // namespace
 
 bool GUID::isNil() const noexcept {
-    for (std::uint8_t byte : m_bytes) {
-        if (byte != 0) {
-            return false;
-        }
-    }
-    return true;
+    return std::all_of(m_bytes.begin(), m_bytes.end(), [](std::uint8_t byte) { return byte == 0; });
 }
 
 void GUID::toChars(char* out) const noexcept {
@@ -54,7 +51,7 @@ void GUID::toChars(char* out) const noexcept {
 
 std::string GUID::toString() const {
     std::string text(TextLength, '\0');
-    toChars(&text[0]);
+    toChars(text.data());
     return text;
 }
 

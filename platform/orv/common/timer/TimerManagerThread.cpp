@@ -25,7 +25,7 @@ void TimerManagerThread::startManager() {
 }
 
 void TimerManagerThread::stopManager() {
-    requestStop();
+    queue().requestStop();
     if (!isCurrentThread()) {
         join();
     }

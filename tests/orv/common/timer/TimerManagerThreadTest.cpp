@@ -134,13 +134,20 @@ TEST_F(TimerManagerThreadTest, FiresInDeadlineOrderAndSkipsStoppedAmongMany) {
 TEST_F(TimerManagerThreadTest, HandleMayBeDestroyedInsideItsOwnCallback) {
     std::unique_ptr<ITimer> cyclic;
     std::unique_ptr<ITimer> oneShot;
-    Probe cyclicProbe([&](ITimer*) { cyclic.reset(); });
+    std::promise<void> stored;
+    std::shared_future<void> handlesStored = stored.get_future().share();
+    Probe cyclicProbe([&](ITimer*) {
+        handlesStored.wait();
+        cyclic.reset();
+    });
     Probe oneShotProbe([&](ITimer* timer) {
+        handlesStored.wait();
         timer->stop();
         oneShot.reset();
     });
     cyclic = manager.startTimer(cyclicProbe, 1, true, false);
     oneShot = manager.startTimer(oneShotProbe, 1, false, false);
+    stored.set_value();
     ASSERT_TRUE(waitUntil([&] { return cyclicProbe.count >= 1 && oneShotProbe.count >= 1; }));
     Probe witness;
     auto later = manager.startTimer(witness, 20, false, false);

@@ -65,10 +65,14 @@ inline void fiveRounds(std::uint32_t& a, std::uint32_t& b, std::uint32_t& c, std
 
 void compressBlock(std::uint32_t* state, const unsigned char* block) {
     std::uint32_t w[16];
-    for (int i = 0; i < 16; ++i) {
+    for (std::size_t i = 0; i < 16; ++i) {
         w[i] = loadBigEndian(block + 4 * i);
     }
-    std::uint32_t a = state[0], b = state[1], c = state[2], d = state[3], e = state[4];
+    std::uint32_t a = state[0];
+    std::uint32_t b = state[1];
+    std::uint32_t c = state[2];
+    std::uint32_t d = state[3];
+    std::uint32_t e = state[4];
 
     fiveRounds<Choose>(a, b, c, d, e, w, 0);
     fiveRounds<Choose>(a, b, c, d, e, w, 5);

@@ -80,7 +80,10 @@ ORV_SHA_TARGET void sha1CompressShaExtensions(std::uint32_t* state, const unsign
 }
 
 bool cpuHasShaExtensions() noexcept {
-    unsigned int eax = 0, ebx = 0, ecx = 0, edx = 0;
+    unsigned int eax = 0;
+    unsigned int ebx = 0;
+    unsigned int ecx = 0;
+    unsigned int edx = 0;
     if (__get_cpuid(1, &eax, &ebx, &ecx, &edx) == 0) {
         return false;
     }
