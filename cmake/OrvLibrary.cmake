@@ -37,6 +37,8 @@ function(orv_add_library target output_name alias source_root)
     get_target_property(dependency_name ${dependency} OUTPUT_NAME)
     string(APPEND pc_requires " ${dependency_name}")
   endforeach()
+  # The .pc files find their prefix relative to themselves, so an install tree can be moved.
+  file(RELATIVE_PATH pc_prefix "/root/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/root")
   configure_file("${PROJECT_SOURCE_DIR}/cmake/orv.pc.in"
     "${PROJECT_BINARY_DIR}/pkgconfig/${output_name}.pc" @ONLY)
   install(FILES "${PROJECT_BINARY_DIR}/pkgconfig/${output_name}.pc"
