@@ -22,6 +22,9 @@ LogWriter::LogWriter(const std::string& name) : m_name(name), m_output(&std::clo
 LogWriter::~LogWriter() = default;
 
 void LogWriter::setOutput(std::ostream& output) noexcept {
+    // Under the output lock, so that no line is still being written to the stream replaced
+    // once this returns: the caller may destroy it then.
+    std::lock_guard<std::mutex> guard(outputLock());
     m_output.store(&output, std::memory_order_release);
 }
 

@@ -1,5 +1,7 @@
 #include "orv/common/system/CondVar.h"
 
+#include "orv/common/system/detail/Deadline.h"
+
 #include <mutex>
 
 namespace orv {
@@ -14,7 +16,7 @@ void CondVar::wait(Mutex& mutex) {
 
 bool CondVar::waitFor(Mutex& mutex, std::chrono::nanoseconds timeout) {
     std::unique_lock<std::mutex> lock(mutex.native(), std::adopt_lock);
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    const auto deadline = detail::deadlineAfter(timeout);
     const bool signalled = m_condition.wait_until(lock, deadline) == std::cv_status::no_timeout;
     lock.release();
     return signalled;

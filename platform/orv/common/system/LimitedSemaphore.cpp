@@ -1,5 +1,7 @@
 #include "orv/common/system/LimitedSemaphore.h"
 
+#include "orv/common/system/detail/Deadline.h"
+
 #include <algorithm>
 
 namespace orv {
@@ -49,7 +51,7 @@ bool LimitedSemaphore::downFor(std::chrono::nanoseconds timeout) {
     if (tryDown()) {
         return true;
     }
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    const auto deadline = detail::deadlineAfter(timeout);
     std::unique_lock<std::mutex> lock(m_mutex);
     ++m_waiters;
     const bool taken = m_raised.wait_until(lock, deadline, [this] { return tryDown(); });

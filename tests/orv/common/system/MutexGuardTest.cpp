@@ -1,0 +1,83 @@
+#include "orv/common/system/MutexGuard.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "orv/common/system/Mutex.h"
+#include "support/Concurrency.h"
+
+namespace {
+
+using orv::common::system::Mutex;
+using orv::common::system::MutexGuard;
+
+// Whether another thread could take `mutex` right now (it releases it again at once).
+bool freeForOthers(Mutex& mutex) {
+    bool taken = false;
+    std::thread other([&] {
+        taken = mutex.tryLock();
+        if (taken) {
+            mutex.unlock();
+        }
+    });
+    other.join();
+    return taken;
+}
+
+TEST(MutexGuardTest, HoldsForTheScope) {
+    Mutex mutex;
+    {
+        MutexGuard guard(mutex);
+        EXPECT_TRUE(guard.isLocked());
+        EXPECT_FALSE(freeForOthers(mutex));
+    }
+    EXPECT_TRUE(freeForOthers(mutex));
+}
+
+TEST(MutexGuardTest, UnlockAndLockInsideTheScope) {
+    Mutex mutex;
+    {
+        MutexGuard guard(mutex);
+        guard.unlock();
+        EXPECT_FALSE(guard.isLocked());
+        EXPECT_TRUE(freeForOthers(mutex));
+        guard.unlock();  // a second unlock does nothing
+        EXPECT_TRUE(freeForOthers(mutex));
+
+        guard.lock();
+        EXPECT_TRUE(guard.isLocked());
+        EXPECT_FALSE(freeForOthers(mutex));
+        guard.lock();  // a second lock does nothing (and does not deadlock)
+        EXPECT_FALSE(freeForOthers(mutex));
+    }
+    EXPECT_TRUE(freeForOthers(mutex));
+}
+
+// A guard that gave the lock up must not release it again when it ends, not even when
+// another thread holds it by then.
+TEST(MutexGuardTest, DestructorReleasesOnlyWhenHeld) {
+    Mutex mutex;
+    support::Latch held(1);
+    support::Latch guardGone(1);
+    std::thread owner;
+    {
+        MutexGuard guard(mutex);
+        guard.unlock();
+        owner = std::thread([&] {
+            mutex.lock();
+            held.countDown();
+            guardGone.wait();
+            mutex.unlock();
+        });
+        ASSERT_TRUE(held.wait());
+    }
+    EXPECT_FALSE(mutex.tryLock()) << "the guard released a lock it did not hold";
+    guardGone.countDown();
+    owner.join();
+    EXPECT_TRUE(freeForOthers(mutex));
+}
+
+}  // namespace
