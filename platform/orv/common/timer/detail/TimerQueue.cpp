@@ -56,7 +56,10 @@ void TimerQueue::loop() {
         }
         Timer* next = m_heap.front();
         if (next->m_due > Clock::now()) {
-            m_wake.wait_until(lock, next->m_due);
+            // A copy: the wait reads the deadline again when it ends, and the timer may have
+            // been stopped and destroyed by then.
+            const Clock::time_point due = next->m_due;
+            m_wake.wait_until(lock, due);
             continue;
         }
         remove(next);
