@@ -157,8 +157,16 @@ void Manager::callAndErase(std::function<void(unsigned long)>&& callback, unsign
     if (!guard.method_Begin()) {
         return;
     }
-    m_decoupler->call([callback = std::move(callback), id] { callback(id); },
-                      static_cast<unsigned int>(calcTimerUserId(id)), ExpiryPriority);
+    // Erased after the hand-over, so that a concurrent stopTimer's removal queues behind the
+    // expiry; erased also when the hand-over throws (with the NoneDecoupler, the callback
+    // itself), or the spent timer would stay in the map until the shutdown.
+    try {
+        m_decoupler->call([callback = std::move(callback), id] { callback(id); },
+                          static_cast<unsigned int>(calcTimerUserId(id)), ExpiryPriority);
+    } catch (...) {
+        eraseTimer(id);
+        throw;
+    }
     eraseTimer(id);
 }
 

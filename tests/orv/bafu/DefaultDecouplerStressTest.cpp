@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "orv/bafu/DefaultDecoupler.h"
+#include "orv/bafu/IDecoupler.h"
+#include "support/Concurrency.h"
 
 namespace orv {
 namespace bafu {
@@ -213,6 +215,42 @@ TEST(DefaultDecouplerStress, ConcurrentProducersAndRemoversKeepTheContract) {
     EXPECT_LE(run.executed.load(), Total);
     EXPECT_GT(run.executed.load(), 0);
     EXPECT_GT(run.removalsReported.load(), 0);
+}
+
+// Destruction while calls and removal requests are queued, a call runs and another thread
+// keeps queueing until just before: the running call finishes, everything queued is destroyed
+// unrun.
+TEST(DefaultDecouplerStress, DestructionWhileCallsAreQueuedAndInFlight) {
+    constexpr int Rounds = 1000;
+    for (int round = 0; round < Rounds; ++round) {
+        auto witness = std::make_shared<int>(0);
+        std::atomic<int> running{0};
+        std::atomic<int> ran{0};
+        auto onRemoved = std::make_shared<IDecoupler::RemovedCallback>([](bool) {});
+        {
+            DefaultDecoupler decoupler("destroyed");
+            auto work = [&running, &ran, witness] {
+                ++running;
+                ++ran;
+                std::this_thread::yield();
+                --running;
+            };
+            std::thread producer([&] {
+                for (int i = 0; i < 50; ++i) {
+                    decoupler.call(work, 2 + static_cast<unsigned int>(i % 3),
+                                   static_cast<unsigned char>(i * 37 % 256));
+                }
+            });
+            decoupler.removeUserCalls(3, onRemoved);
+            decoupler.call(work, 2, 255);
+            if (round % 2 == 0) {
+                ASSERT_TRUE(support::waitUntil([&] { return ran > 0; }));
+            }
+            producer.join();
+        }
+        EXPECT_EQ(running, 0) << "round " << round;
+        ASSERT_EQ(witness.use_count(), 1) << "round " << round;
+    }
 }
 
 }  // namespace

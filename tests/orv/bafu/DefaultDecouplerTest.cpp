@@ -16,6 +16,7 @@
 
 #include "DecouplerTestSupport.h"
 #include "orv/bafu/detail/UserIds.h"
+#include "support/CapturedThreadLog.h"
 
 namespace orv {
 namespace bafu {
@@ -270,9 +271,10 @@ TEST(DefaultDecouplerDestruction, FinishesTheRunningCallAndDropsTheQueueUnrun) {
     EXPECT_EQ(witness.use_count(), 1);
 }
 
-// A call that throws, or an empty one, ends the worker for good; what is queued then is
-// destroyed unrun with the decoupler.
+// A call that throws, or an empty one, ends the worker for good, which the thread reports;
+// what is queued then is destroyed unrun with the decoupler.
 TEST(DefaultDecouplerFailure, FailingCallEndsTheWorker) {
+    const support::CapturedThreadLog log;
     const std::vector<std::pair<const char*, std::function<void()>>> failures{
         {"throwing", [] { throw std::runtime_error("deliberately thrown by a test"); }},
         {"empty", std::function<void()>()},
@@ -290,6 +292,8 @@ TEST(DefaultDecouplerFailure, FailingCallEndsTheWorker) {
         EXPECT_FALSE(ran);
         EXPECT_EQ(witness.use_count(), 1);
     }
+    EXPECT_TRUE(log.contains("deliberately thrown by a test")) << log.text();
+    EXPECT_TRUE(log.contains("failing")) << log.text();
 }
 
 }  // namespace

@@ -12,14 +12,17 @@
 #include <iostream>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <streambuf>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "orv/bafu/DecouplerTestSupport.h"
+#include "orv/bafu/DefaultDecoupler.h"
 #include "orv/bafu/SpyDecoupler.h"
 #include "orv/bafu/terminal/Factory.h"
+#include "support/CapturedThreadLog.h"
 #include "support/Concurrency.h"
 
 namespace orv {
@@ -429,6 +432,100 @@ TEST(TerminalOnDefaultDecoupler, ShutdownWaitsForCommandsHandedOn) {
     EXPECT_EQ(order.entries(), (std::vector<std::string>{"handler", "shut down"}));
     EXPECT_EQ(thread, "TermWorker");
     EXPECT_EQ(decoupler.priorities().back(), 128);
+}
+
+// With the NoneDecoupler a handler that throws ends the terminal thread, which reports it; the
+// shutdown still works and the terminal starts again.
+TEST(TerminalFailure, ThrowingHandlerEndsTheThreadAndShutdownStillWorks) {
+    const support::CapturedThreadLog log;
+    StdinReplacement input;
+    HandlerLog echo;
+    std::atomic<int> failures{0};
+    {
+        Input terminal(TerminalName);
+        terminal.registerCommand("fail", [&](const Arguments&) {
+            ++failures;
+            throw std::runtime_error("handler failed");
+        });
+        ASSERT_TRUE(terminal.init());
+        input.type("fail\n");
+        ASSERT_TRUE(support::waitUntil([&] { return !terminal.isRunning(); }));
+        terminal.shutdown();
+        EXPECT_EQ(failures, 1);
+
+        ASSERT_TRUE(terminal.registerCommand("echo", echo.handler()));
+        ASSERT_TRUE(terminal.init());
+        input.type("echo:again\n");
+        ASSERT_TRUE(echo.waitForCount(1));
+        terminal.shutdown();
+    }
+    EXPECT_TRUE(log.contains("handler failed")) << log.text();
+    EXPECT_TRUE(log.contains(TerminalName)) << log.text();
+}
+
+// Discards what is written to std::clog while it lives. Made before, and gone after, every
+// thread that may log.
+class ClogSilencer {
+public:
+    ClogSilencer() : m_previous(std::clog.rdbuf(nullptr)) {}
+    ClogSilencer(const ClogSilencer&) = delete;
+    ClogSilencer& operator=(const ClogSilencer&) = delete;
+    ~ClogSilencer() { std::clog.rdbuf(m_previous); }
+
+private:
+    std::streambuf* m_previous;
+};
+
+// Shutdown while lines are arriving, are being read and their handlers are queued or running,
+// on both decouplers: once shutdown() returns no handler runs any more, and the terminal
+// starts again every time.
+TEST(TerminalShutdownStress, NoHandlerRunsAfterShutdownReturns) {
+    constexpr int Rounds = 1000;
+    const ClogSilencer quiet;  // dispatches refused during a shutdown are logged
+    CoutCapture output;
+    StdinReplacement input;
+    // A line the terminal did not take before its shutdown is discarded, so that it does not
+    // join the next round's line.
+    const auto discardUnread = [] {
+        int pending = 0;
+        char buffer[256];
+        while (::ioctl(STDIN_FILENO, FIONREAD, &pending) == 0 && pending > 0) {
+            if (::read(STDIN_FILENO, buffer, sizeof buffer) <= 0) {
+                break;
+            }
+        }
+    };
+    for (const bool decoupled : {false, true}) {
+        SCOPED_TRACE(decoupled ? "DefaultDecoupler" : "NoneDecoupler");
+        std::unique_ptr<DefaultDecoupler> decoupler;
+        if (decoupled) {
+            decoupler = std::make_unique<DefaultDecoupler>("TermStress");
+        }
+        std::atomic<int> runs{0};
+        Input terminal(TerminalName);
+        for (int round = 0; round < Rounds; ++round) {
+            ASSERT_TRUE(terminal.registerCommand("work", [&runs](const Arguments&) {
+                ++runs;
+                std::this_thread::yield();
+            }));
+            if (decoupler != nullptr) {
+                terminal.setOptional_Decoupler(decoupler.get());
+            }
+            ASSERT_TRUE(terminal.init());
+            const int before = runs;
+            input.type("work\n");
+            if (round % 2 == 0) {
+                ASSERT_TRUE(support::waitUntil([&] { return runs > before; }));
+            }
+            terminal.shutdown();
+            const int atShutdown = runs;
+            if (decoupler != nullptr) {
+                ASSERT_TRUE(test_support::drain(*decoupler, 7));
+            }
+            ASSERT_EQ(runs, atShutdown) << "round " << round;
+            discardUnread();
+        }
+    }
 }
 
 }  // namespace

@@ -9,14 +9,17 @@
 #include <iostream>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "orv/bafu/DecouplerTestSupport.h"
 #include "orv/bafu/DefaultDecoupler.h"
+#include "orv/bafu/NoneDecoupler.h"
 #include "orv/bafu/SpyDecoupler.h"
 #include "orv/bafu/timer/Factory.h"
+#include "support/CapturedThreadLog.h"
 #include "support/Concurrency.h"
 
 namespace orv {
@@ -422,7 +425,11 @@ void startMixedTimers(Manager& manager, const std::shared_ptr<StressState>& stat
 }
 
 TEST_P(TimerShutdownStress, NoCallbackRunsAfterShutdownReturns) {
-    constexpr int Rounds = 100;
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    constexpr int Rounds = 250;  // keeps the run within seconds on two cores
+#else
+    constexpr int Rounds = 1000;
+#endif
     const ClogSilencer quiet;
     std::unique_ptr<DefaultDecoupler> decoupler;
     if (GetParam() == Kind::Default) {
@@ -474,6 +481,108 @@ TEST(TimerShutdown, DestructorShutsDownARunningManager) {
     const int calls = state->calls;
     EXPECT_EQ(state->active, 0);
     EXPECT_EQ(state->calls, calls);
+}
+
+// The synchronous decoupler, noting the blocking removals asked of it (by stopTimer and by
+// the shutdown, for every timer it still knows). Written and read on the test's thread only.
+class RemovalNotingDecoupler : public NoneDecoupler {
+public:
+    using NoneDecoupler::removeUserCalls;
+    void removeUserCalls(unsigned int userId) override {
+        removed.push_back(userId);
+        NoneDecoupler::removeUserCalls(userId);
+    }
+
+    std::vector<unsigned int> removed;
+};
+
+// With the NoneDecoupler an expiry callback that throws throws on the timer thread, which
+// reports it and goes on: a cyclic timer keeps firing, other timers still expire, and a
+// one-shot timer that threw is forgotten like any other.
+TEST(TimerFailure, ThrowingCallbackOnTheTimerThreadIsReportedAndTimersGoOn) {
+    const support::CapturedThreadLog log;
+    RemovalNotingDecoupler decoupler;
+    std::atomic<int> oneShotRuns{0};
+    std::atomic<int> cyclicRuns{0};
+    {
+        Manager manager(ManagerName);
+        manager.setOptional_Decoupler(&decoupler);
+        ASSERT_TRUE(manager.init());
+        manager.startTimer(
+            [&](unsigned long) {
+                ++oneShotRuns;
+                throw std::runtime_error("one-shot expiry failed");
+            },
+            1, false);
+        const unsigned long cyclic = manager.startTimer(
+            [&](unsigned long) {
+                ++cyclicRuns;
+                throw std::runtime_error("cyclic expiry failed");
+            },
+            1, true);
+        ASSERT_TRUE(support::waitUntil([&] { return oneShotRuns == 1 && cyclicRuns >= 3; }));
+        EXPECT_TRUE(awaitMarker(manager, 1));
+        manager.stopTimer(cyclic);
+        decoupler.removed.clear();
+        manager.shutdown();
+        EXPECT_TRUE(decoupler.removed.empty()) << "a timer was still known at the shutdown";
+    }
+    EXPECT_EQ(oneShotRuns, 1);
+    EXPECT_TRUE(log.contains("one-shot expiry failed")) << log.text();
+    EXPECT_TRUE(log.contains("cyclic expiry failed")) << log.text();
+}
+
+// A DefaultDecoupler that counts the calls handed to it.
+class CountingDecoupler : public IDecoupler {
+public:
+    explicit CountingDecoupler(const std::string& threadName) : worker(threadName) {}
+
+    unsigned int createUserId() override { return worker.createUserId(); }
+    void call(std::function<void()>&& function, unsigned int userId,
+              unsigned char priority) override {
+        ++calls;
+        worker.call(std::move(function), userId, priority);
+    }
+    void removeUserCalls(unsigned int userId, std::weak_ptr<RemovedCallback> onRemoved) override {
+        worker.removeUserCalls(userId, std::move(onRemoved));
+    }
+    void removeUserCalls(unsigned int userId) override { worker.removeUserCalls(userId); }
+    void removeAllCalls(std::weak_ptr<RemovedCallback> onRemoved) override {
+        worker.removeAllCalls(std::move(onRemoved));
+    }
+    void removeAllCalls() override { worker.removeAllCalls(); }
+
+    DefaultDecoupler worker;
+    std::atomic<int> calls{0};
+};
+
+// With a DefaultDecoupler the callback throws on its worker, which ends for good and reports
+// it. Expiries are still handed on but never run, and a removal is never carried out: the
+// timer is stopped without waiting, so that the shutdown has nothing left to withdraw.
+TEST(TimerFailure, ThrowingCallbackEndsTheDefaultDecouplersWorker) {
+    const support::CapturedThreadLog log;
+    CountingDecoupler decoupler(WorkerName);
+    ExpiryLog later;
+    bool removalReported = false;
+    {
+        Manager manager(ManagerName);
+        manager.setOptional_Decoupler(&decoupler);
+        ASSERT_TRUE(manager.init());
+        manager.startTimer([](unsigned long) { throw std::runtime_error("expiry failed"); }, 1,
+                           false);
+        ASSERT_TRUE(support::waitUntil([&] { return !decoupler.worker.isRunning(); }));
+        const int handedOnBefore = decoupler.calls;
+        const unsigned long cyclic = manager.startTimer(later.callback(), 1, true);
+        ASSERT_TRUE(support::waitUntil([&] { return decoupler.calls >= handedOnBefore + 3; }));
+        auto onRemoved =
+            std::make_shared<std::function<void(bool)>>([&](bool) { removalReported = true; });
+        manager.stopTimer(cyclic, onRemoved);
+        manager.shutdown();
+    }
+    EXPECT_EQ(later.count(), 0U);
+    EXPECT_FALSE(removalReported);
+    EXPECT_TRUE(log.contains("expiry failed")) << log.text();
+    EXPECT_TRUE(log.contains(WorkerName)) << log.text();
 }
 
 }  // namespace
