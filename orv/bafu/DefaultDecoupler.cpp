@@ -32,11 +32,11 @@ constexpr int SpinsBeforeSleep = 200;
 // otherwise it sorts the inbox into its priority lists and takes the most urgent, oldest
 // entry there. Either way every call handed over before a pick takes part in it.
 //
-// An idle worker sets m_workerWaiting, looks at the inbox once more and waits on m_wakeUp, all
-// under m_mutex. The first client that finds m_workerWaiting set after its push clears it,
-// takes m_mutex (so the worker is either still to look at the inbox or already waiting) and
-// signals. Both sides use sequentially consistent operations on the flag and the inbox, so
-// one sees the other.
+// An idle worker (one that finds no call linked in) sets m_workerWaiting, looks at the inbox
+// once more and waits on m_wakeUp, all under m_mutex. The first client that finds m_workerWaiting
+// set after its push clears it, takes m_mutex (so the worker is either still to look at the inbox
+// or already waiting) and signals. Both sides use sequentially consistent operations on the flag
+// and on the links of the inbox, so one sees the other.
 
 DefaultDecoupler::Element::Element(std::function<void()>&& function, unsigned int userId)
     : function(std::move(function)), userId(userId) {}
@@ -182,14 +182,14 @@ void DefaultDecoupler::carryOutRemoval(unsigned int userId,
 
 void DefaultDecoupler::waitForWork() {
     for (int spin = 0; spin < SpinsBeforeSleep; ++spin) {
-        if (!m_inbox->empty()) {
+        if (m_inbox->hasLinkedCall()) {
             return;
         }
         detail::cpuRelax();
     }
     MutexGuard guard(m_mutex);
     m_workerWaiting = true;
-    if (m_inbox->empty() && m_running) {
+    if (!m_inbox->hasLinkedCall() && m_running) {
         m_wakeUp.wait(m_mutex);  // a spurious wake-up only costs a look at the inbox
     }
     m_workerWaiting = false;

@@ -10,16 +10,10 @@ namespace detail {
 
 namespace {
 
-// Waits a moment for a pusher that has swapped in its node but not yet linked it: spins
-// first, then gives the processor away, since the pusher may have been preempted.
-void waitForLink(int& attempts) noexcept {
-    constexpr int Spins = 64;
-    if (++attempts < Spins) {
-        cpuRelax();
-    } else {
-        std::this_thread::yield();
-    }
-}
+// How long the worker spins for a pusher that has swapped in its node but not yet linked it,
+// before it gives up (takeOldest) or gives the processor away (takeLinkedOldest): the pusher
+// may have been preempted between its two steps.
+constexpr int SpinsForLink = 128;
 
 }  // namespace
 
@@ -40,7 +34,7 @@ void CallInbox::push(CallNode* node) noexcept {
     const unsigned int priority = node->priority;  // the node may be gone once it is linked
     node->link.store(nullptr, std::memory_order_relaxed);
     CallNode* const previous = m_tail.exchange(node);
-    previous->link.store(node, std::memory_order_release);
+    previous->link.store(node);
     announce(priority);
 }
 
@@ -55,17 +49,28 @@ unsigned int CallInbox::lowestAnnouncedPriority() const noexcept {
 }
 
 CallInbox::Taken CallInbox::takeOldest() noexcept {
-    for (int attempts = 0;;) {
+    for (int spins = 0; spins < SpinsForLink; ++spins) {
         CallNode* const next = m_front->link.load(std::memory_order_acquire);
         if (next != nullptr) {
             CallNode* const retired = m_front;
             m_front = next;
             return {next, retired == &m_stub ? nullptr : retired};
         }
-        if (empty()) {
-            return {nullptr, nullptr};
+        if (m_tail.load() == m_front) {
+            break;  // empty
         }
-        waitForLink(attempts);
+        cpuRelax();
+    }
+    return {nullptr, nullptr};
+}
+
+CallInbox::Taken CallInbox::takeLinkedOldest() noexcept {
+    for (;;) {
+        const Taken taken = takeOldest();
+        if (taken.node != nullptr) {
+            return taken;
+        }
+        std::this_thread::yield();
     }
 }
 

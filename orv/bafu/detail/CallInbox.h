@@ -24,10 +24,11 @@ namespace detail {
 // The queue always holds a "front" node whose call has been taken already (at first a stub):
 // taking the next call moves that role on to the next node and retires the old front, so the
 // worker never touches the tail. A push swaps itself in as the tail and then links its
-// predecessor to itself; between the two steps the chain is briefly cut, and the worker waits
-// such a moment out rather than look past it, so it never misses a node whose push has
-// returned. The operations on the tail and the announcements are sequentially consistent, so
-// that a pusher and the worker going to sleep cannot miss each other (see DefaultDecoupler).
+// predecessor to itself; between the two steps the chain is briefly cut. The worker never
+// looks past such a cut: when sorting in it waits the moment out, and otherwise it may go to
+// sleep, to be woken by the pusher once it has linked. The links and the announcements are written
+// sequentially consistent, so that a pusher and the worker going to sleep cannot miss each other
+// (see DefaultDecoupler).
 //
 // Thread: push() from any thread; every other operation from the worker only (and the
 // destructor once no thread pushes any more). Ownership: owns its nodes; the destructor frees
@@ -50,13 +51,15 @@ public:
 
     void push(CallNode* node) noexcept;
 
-    // Whether every pushed node has been taken.
-    bool empty() const noexcept { return m_tail.load() == m_front; }
+    // Whether the call after the last one taken has been linked in, so that takeOldest()
+    // would find it at once.
+    bool hasLinkedCall() const noexcept { return m_front->link.load() != nullptr; }
 
     // The most urgent priority announced since the last drain; NoPriority if none.
     unsigned int lowestAnnouncedPriority() const noexcept;
 
-    // Takes the oldest call; {nullptr, nullptr} when the inbox is empty.
+    // Takes the oldest call; {nullptr, nullptr} when the inbox is empty, or when a push is
+    // still linking the oldest call in after a short wait for it.
     Taken takeOldest() noexcept;
 
     // Forgets every announcement and hands `sink` every call pushed before, oldest first, as
@@ -69,7 +72,7 @@ public:
         }
         const CallNode* const last = m_tail.load();
         while (m_front != last) {
-            sink(takeOldest());
+            sink(takeLinkedOldest());
         }
     }
 
@@ -77,6 +80,9 @@ private:
     static constexpr unsigned int WordBits = 64;
 
     void announce(unsigned int priority) noexcept;
+    // As takeOldest(), but waits as long as a push is linking the oldest call in. There must
+    // be a call pushed and not yet taken.
+    Taken takeLinkedOldest() noexcept;
 
     // What the pushers write and what the worker writes live on cache lines of their own.
     static constexpr std::size_t CacheLine = 64;

@@ -8,7 +8,6 @@
 #include <thread>
 #include <vector>
 
-
 namespace orv {
 namespace bafu {
 namespace {
