@@ -18,43 +18,41 @@ void LimitedSemaphore::up() {
         return;
     }
     std::lock_guard<std::mutex> guard(m_mutex);
-    int count = m_count.load(std::memory_order_relaxed);
-    while (count < m_limit &&
-           !m_count.compare_exchange_weak(count, count + 1, std::memory_order_acq_rel)) {
-    }
-    if (m_waiters > 0) {
-        m_raised.notify_one();
+    const int count = m_count.load(std::memory_order_relaxed);
+    if (count < m_limit) {
+        m_count.store(count + 1, std::memory_order_release);
+        if (m_waiters > 0) {
+            m_raised.notify_one();
+        }
     }
 }
 
 bool LimitedSemaphore::tryDown() noexcept {
-    int count = m_count.load(std::memory_order_acquire);
-    while (count > 0) {
-        if (m_count.compare_exchange_weak(count, count - 1, std::memory_order_acq_rel)) {
-            return true;
-        }
+    std::lock_guard<std::mutex> guard(m_mutex);
+    return takeLocked();
+}
+
+bool LimitedSemaphore::takeLocked() noexcept {
+    const int count = m_count.load(std::memory_order_relaxed);
+    if (count <= 0) {
+        return false;
     }
-    return false;
+    m_count.store(count - 1, std::memory_order_release);
+    return true;
 }
 
 void LimitedSemaphore::down() {
-    if (tryDown()) {
-        return;
-    }
     std::unique_lock<std::mutex> lock(m_mutex);
     ++m_waiters;
-    m_raised.wait(lock, [this] { return tryDown(); });
+    m_raised.wait(lock, [this] { return takeLocked(); });
     --m_waiters;
 }
 
 bool LimitedSemaphore::downFor(std::chrono::nanoseconds timeout) {
-    if (tryDown()) {
-        return true;
-    }
     const auto deadline = detail::deadlineAfter(timeout);
     std::unique_lock<std::mutex> lock(m_mutex);
     ++m_waiters;
-    const bool taken = m_raised.wait_until(lock, deadline, [this] { return tryDown(); });
+    const bool taken = m_raised.wait_until(lock, deadline, [this] { return takeLocked(); });
     --m_waiters;
     return taken;
 }

@@ -40,8 +40,11 @@ public:
     int getLimit() const noexcept { return m_limit; }
 
 private:
-    // Raised only under m_mutex (so that a waiter cannot miss it); lowered with a
-    // compare-and-swap by anyone.
+    bool takeLocked() noexcept;
+
+    // Changed only under m_mutex, and a waiter returns only after taking m_mutex, so up() has
+    // let go of the object before down() returns: a semaphore may be destroyed right after a
+    // down() that the last up() satisfied. Atomic so that up() can see "full" without the lock.
     std::atomic<int> m_count;
     const int m_limit;
     std::mutex m_mutex;
