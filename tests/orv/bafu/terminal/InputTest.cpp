@@ -388,6 +388,11 @@ private:
 };
 
 TEST(TerminalLifecycle, PipeFailureIsReportedAndInitAnswersFalse) {
+#if defined(__SANITIZE_ADDRESS__)
+    // The sanitizer runtime needs a descriptor of its own to check memory while the terminal
+    // thread runs; with none left it reports its own failure as an error.
+    GTEST_SKIP() << "needs free descriptors under the sanitizers";
+#endif
     StdinReplacement input;
     CoutCapture output;
     Input terminal(TerminalName);
