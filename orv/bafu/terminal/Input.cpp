@@ -8,7 +8,6 @@
 #include <sstream>
 #include <utility>
 
-#include "orv/bafu/NoneDecoupler.h"
 #include "orv/bafu/detail/AwaitRemoval.h"
 
 namespace orv {
@@ -60,11 +59,7 @@ IInput& Input::getProvided_Input() {
 }
 
 void Input::setOptional_Decoupler(IDecoupler* decoupler) {
-    ModuleStateHandler::Guard guard(m_state);
-    if (!guard.configMethod_Begin()) {
-        return;
-    }
-    m_decoupler = decoupler;
+    m_decoupler.setOptional(m_state, decoupler);
 }
 
 bool Input::init() {
@@ -72,10 +67,7 @@ bool Input::init() {
     if (!guard.init_Begin()) {
         return m_state.getState() == ModuleStateHandler::Running;
     }
-    if (m_decoupler == nullptr) {
-        m_ownedDecoupler = std::make_unique<NoneDecoupler>();
-        m_decoupler = m_ownedDecoupler.get();
-    }
+    m_decoupler.ensure();
     m_userId = m_decoupler->createUserId();
     // Held until the thread is started, so that a shutdown arriving meanwhile joins it.
     MutexGuard lock(m_lock);
@@ -103,12 +95,9 @@ void Input::shutdown() {
     closePipe();
     lock.unlock();
     // Lets the commands already handed on run first.
-    detail::awaitRemoval(*m_decoupler, m_userId);
+    detail::awaitRemoval(*m_decoupler.get(), m_userId);
     lock.lock();
-    if (m_ownedDecoupler != nullptr) {
-        m_ownedDecoupler.reset();
-        m_decoupler = nullptr;
-    }
+    m_decoupler.releaseOwned();
     std::map<std::string, Handler> commands;
     commands.swap(m_commands);
     join();

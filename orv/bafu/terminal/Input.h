@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "orv/bafu/ComponentDecoupler.h"
 #include "orv/bafu/IDecoupler.h"
 #include "orv/bafu/ModuleStateHandler.h"
 #include "orv/bafu/terminal/IInput.h"
@@ -95,8 +96,7 @@ private:
 
     common::system::Mutex m_lock;  // guards m_commands and the pipe descriptors
     ModuleStateHandler m_state;
-    IDecoupler* m_decoupler = nullptr;
-    std::unique_ptr<IDecoupler> m_ownedDecoupler;  // set when init() created the decoupler
+    ComponentDecoupler m_decoupler;  // given by the client, or created by init()
     unsigned int m_userId = 0xFFFFFFFFU;
     std::map<std::string, Handler> m_commands;
     int m_pipeRead = -1;  // -1 while no pipe is open

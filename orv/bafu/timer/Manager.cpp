@@ -4,7 +4,6 @@
 #include <utility>
 #include <vector>
 
-#include "orv/bafu/NoneDecoupler.h"
 #include "orv/common/system/MutexGuard.h"
 
 namespace orv {
@@ -41,11 +40,7 @@ IManager& Manager::getProvided_Manager() {
 }
 
 void Manager::setOptional_Decoupler(IDecoupler* decoupler) {
-    ModuleStateHandler::Guard guard(m_state);
-    if (!guard.configMethod_Begin()) {
-        return;
-    }
-    m_decoupler = decoupler;
+    m_decoupler.setOptional(m_state, decoupler);
 }
 
 bool Manager::init() {
@@ -53,10 +48,7 @@ bool Manager::init() {
     if (!guard.init_Begin()) {
         return m_state.getState() == ModuleStateHandler::Running;
     }
-    if (m_decoupler == nullptr) {
-        m_ownedDecoupler = std::make_unique<NoneDecoupler>();
-        m_decoupler = m_ownedDecoupler.get();
-    }
+    m_decoupler.ensure();
     m_timerThread.startManager();
     guard.init_End(true);
     return true;
@@ -76,10 +68,7 @@ void Manager::shutdown() {
         timers.swap(m_timers);
     }
     withdrawAll(timers);
-    if (m_ownedDecoupler != nullptr) {
-        m_ownedDecoupler.reset();
-        m_decoupler = nullptr;
-    }
+    m_decoupler.releaseOwned();
     timers.clear();  // the elements and their platform timers go here, outside the lock
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "orv/bafu/ComponentDecoupler.h"
 #include "orv/bafu/IDecoupler.h"
 #include "orv/bafu/ModuleStateHandler.h"
 #include "orv/bafu/timer/Element.h"
@@ -111,9 +112,8 @@ private:
 
     ModuleStateHandler m_state;
     common::timer::TimerManagerThread m_timerThread;
-    IDecoupler* m_decoupler = nullptr;
-    std::unique_ptr<IDecoupler> m_ownedDecoupler;  // set when init() created the decoupler
-    common::system::Mutex m_lock;                  // guards m_timers and m_nextTimerNumber
+    ComponentDecoupler m_decoupler;  // given by the client, or created by init()
+    common::system::Mutex m_lock;    // guards m_timers and m_nextTimerNumber
     TimerMap m_timers;
     unsigned int m_nextTimerNumber = 1;
 };
