@@ -22,6 +22,20 @@ namespace orv {
 namespace bafu {
 namespace test_support {
 
+// A removal's completion callback that counts its calls and notes the thread and the flag of
+// the last one. Hand `callback` over as a weak pointer; the object must outlive the call.
+struct RecordedCompletion {
+    std::atomic<int> calls{0};
+    std::atomic<bool> flag{false};
+    std::thread::id thread;
+    std::shared_ptr<IDecoupler::RemovedCallback> callback =
+        std::make_shared<IDecoupler::RemovedCallback>([this](bool value) {
+            thread = std::this_thread::get_id();
+            flag = value;
+            ++calls;
+        });
+};
+
 // Holds the worker of a decoupler inside one call until release(), so that a test can arrange
 // the queue behind it. The latches are shared with the call, which may still be leaving
 // wait() when the gate is gone.

@@ -24,6 +24,7 @@ namespace {
 
 using test_support::BlockingCall;
 using test_support::drain;
+using test_support::RecordedCompletion;
 using test_support::RunLog;
 using test_support::WorkerGate;
 using Callback = IDecoupler::RemovedCallback;
@@ -31,18 +32,6 @@ using Strings = std::vector<std::string>;
 
 // A user id that no test removes, for gates and drains.
 constexpr unsigned int Bystander = 4242;
-
-// A completion callback that counts its calls and notes the thread and flag of the last.
-struct Completion {
-    std::atomic<int> calls{0};
-    std::atomic<bool> flag{false};
-    std::thread::id thread;
-    std::shared_ptr<Callback> callback = std::make_shared<Callback>([this](bool value) {
-        thread = std::this_thread::get_id();
-        flag = value;
-        ++calls;
-    });
-};
 
 TEST(DefaultDecouplerOrder, MostUrgentFirstAndFifoWithinAPriority) {
     DefaultDecoupler decoupler("order");
@@ -128,7 +117,7 @@ TEST(DefaultDecouplerIds, HandsOutFromTwoAndWrapsPastTheReservedValues) {
 TEST(DefaultDecouplerRemoval, IsABarrierAtPriority254ThenDropsAndCallsBack) {
     DefaultDecoupler decoupler("barrier");
     RunLog log;
-    Completion completion;
+    RecordedCompletion completion;
     constexpr unsigned int User = 9;
     constexpr unsigned int Other = 10;
     auto witness = std::make_shared<int>(0);  // held by every call that should be dropped
@@ -190,8 +179,8 @@ TEST(DefaultDecouplerRemoval, ReleasedCallbackIsSkippedButTheCallsAreStillDroppe
 
 TEST(DefaultDecouplerRemoval, RemovingIdZeroDropsOtherPendingRemovalRequests) {
     DefaultDecoupler decoupler("zero");
-    Completion remover;
-    Completion dropped;
+    RecordedCompletion remover;
+    RecordedCompletion dropped;
     {
         WorkerGate gate(decoupler, Bystander);
         decoupler.removeUserCalls(0, remover.callback);
@@ -255,7 +244,7 @@ TEST(DefaultDecouplerBlockingRemoval, CalledOnTheWorkerThreadNeverReturns) {
 TEST(DefaultDecouplerDestruction, FinishesTheRunningCallAndDropsTheQueueUnrun) {
     auto decoupler = std::make_unique<DefaultDecoupler>("destroy");
     RunLog log;
-    Completion completion;
+    RecordedCompletion completion;
     auto witness = std::make_shared<int>(0);
     WorkerGate gate(*decoupler, Bystander);
     decoupler->call([&log, witness] { log.add("queued"); }, 2, 0);

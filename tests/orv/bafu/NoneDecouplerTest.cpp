@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "DecouplerTestSupport.h"
 #include "support/Await.h"
 #include "support/Concurrency.h"
 
@@ -17,18 +18,7 @@ namespace bafu {
 namespace {
 
 using Callback = IDecoupler::RemovedCallback;
-
-// A completion callback that records on which thread, and with which flag, it ran.
-struct RecordedCompletion {
-    std::atomic<int> calls{0};
-    std::atomic<bool> flag{false};
-    std::thread::id thread;
-    std::shared_ptr<Callback> callback = std::make_shared<Callback>([this](bool value) {
-        thread = std::this_thread::get_id();
-        flag = value;
-        ++calls;
-    });
-};
+using test_support::RecordedCompletion;
 
 // Runs one call of `decoupler` on a thread of its own and keeps it inside its function until
 // release().

@@ -10,6 +10,7 @@
 #include "orv/common/system/Mutex.h"
 #include "orv/common/system/MutexGuard.h"
 #include "support/Concurrency.h"
+#include "support/FreeForOthers.h"
 
 namespace {
 
@@ -17,19 +18,7 @@ using namespace std::chrono_literals;
 using orv::common::system::CondVar;
 using orv::common::system::Mutex;
 using orv::common::system::MutexGuard;
-
-// Whether `mutex` is free for another thread right now.
-bool freeForOthers(Mutex& mutex) {
-    bool taken = false;
-    std::thread other([&] {
-        taken = mutex.tryLock();
-        if (taken) {
-            mutex.unlock();
-        }
-    });
-    other.join();
-    return taken;
-}
+using support::freeForOthers;
 
 // A flag with waiters; each waiter reports whether it saw the flag before its deadline.
 class Gate {

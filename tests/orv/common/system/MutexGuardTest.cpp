@@ -8,24 +8,13 @@
 
 #include "orv/common/system/Mutex.h"
 #include "support/Concurrency.h"
+#include "support/FreeForOthers.h"
 
 namespace {
 
 using orv::common::system::Mutex;
 using orv::common::system::MutexGuard;
-
-// Whether another thread could take `mutex` right now (it releases it again at once).
-bool freeForOthers(Mutex& mutex) {
-    bool taken = false;
-    std::thread other([&] {
-        taken = mutex.tryLock();
-        if (taken) {
-            mutex.unlock();
-        }
-    });
-    other.join();
-    return taken;
-}
+using support::freeForOthers;
 
 TEST(MutexGuardTest, HoldsForTheScope) {
     Mutex mutex;
