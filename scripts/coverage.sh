@@ -4,13 +4,14 @@
 # Configures, builds and tests the `coverage` preset (gcov instrumentation, build/coverage),
 # then summarises with gcovr over the library sources only: tests, benchmarks, fuzz targets
 # and examples are left out of the figures. Fails when line coverage is below the threshold
-# (95 % unless COVERAGE_MIN_LINES says otherwise). Extra arguments go to gcovr, for example
+# (92 % unless COVERAGE_MIN_LINES says otherwise; CI runs this check). Extra arguments go
+# to gcovr, for example
 # `--html-details build/coverage/coverage.html`.
 set -euo pipefail
 
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
 build="${root}/build/coverage"
-minimum="${COVERAGE_MIN_LINES:-95}"
+minimum="${COVERAGE_MIN_LINES:-92}"
 
 cd "${root}"
 cmake --preset coverage
