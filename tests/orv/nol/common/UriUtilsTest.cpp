@@ -20,6 +20,9 @@ TEST(UriUtilsTest, UriSplittedTakesThreeSegmentsAfterOneLeadingSlash) {
         getUriSplitted(uri, first, second, third);
         EXPECT_EQ(first + "|" + second + "|" + third, expected) << uri;
     }
+    std::string text = "/a/b/c", second, third;  // the input is also an output
+    getUriSplitted(text, text, second, third);
+    EXPECT_EQ(text + second + third, "abc");
 }
 
 TEST(UriUtilsTest, PortFromStringStoresOnlyValuesUpTo65535) {

@@ -93,7 +93,7 @@ TEST(UtilsTest, TracePrintsThePayloadOnOneLine) {
         {R"("a\" b" c)", 100, R"("a\" b"c)"}, {R"("a\\" b")", 100, R"("a\\" b")"},  // a quote after "\" does not close
         {"ab\x01" "cd", 100, "ab...Binary Data..."}, {"abc\x01", 3, "abc...Binary Data..."}, {"abc\x01", 2, "abc..."},
         // At most maxLength + 1 bytes are examined; "..." only when bytes remain.
-        {"abcdefghij", 3, "abcd..."}, {"abcd", 3, "abcd"}, {"ab", 0, "a..."}, {"\n\n\nabc", 1, "..."}};
+        {"abcdefghij", 3, "abcd..."}, {"abcd", 3, "abcd"}, {"ab", 0, "a..."}, {"\n\n\nabc", 1, "..."}, {"", 0, ""}};
     // clang-format on
     for (const auto& [payload, maxLength, expected] : cases) {
         std::ostringstream out;

@@ -57,5 +57,4 @@ TEST(WriterTest, OnlyThisWriterAndWritersDerivedFromItCompleteLinks) {
     EXPECT_EQ(platform, R"([":8080/s/1",":8080/s/\t\"2",3])");
     EXPECT_EQ(derived, R"(["http://h:8080/s/1",":8080/s/\t\"2",3])");
     EXPECT_EQ(Utils::jsonOfDataValue(list, "h"), derived);
-    EXPECT_EQ(data::Url(":1/a").getType(), pdata::Value::EType::String);
 }

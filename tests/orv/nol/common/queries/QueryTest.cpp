@@ -110,25 +110,23 @@ TEST(QueryTest, GetStringWritesTheFlaggedPartsInKeyOrder) {
     EXPECT_EQ(parsed("y=1&$sortby=a,-b&$q=x%20y&$expand=c&$fields=f&$offset=3&b=2").getString(),
               "$expand=c&$fields=f&$offset=3&$q=x%20y&$sortby=a,-b&b=2&y=1");
     // clang-format off
-    const std::pair<std::function<void(Query&)>, const char*> cases[] = {
-        {[](Query& q) { q.fieldValueList = {{"a", "1"}}; q.filterText = "t"; q.fieldList = {{"f"}}; q.sortedFieldList = {"s"};
-                        q.expandType = 3; q.expandedFieldList = {"e"}; q.offsetId = "id"; q.limit = 2; }, ""},
-        {[](Query& q) { q.filterByFields = q.filterByText = q.filterValuesCoded = true; q.filterText = "r&b";
-                        q.fieldValueList = {{"name", "a b"}, {"k y", "\n"}}; }, "$q=r%26b&k y=\n&name=a b"},
-        {[](Query& q) { q.filterByFields = q.filterByText = q.filterTextCoded = true; q.filterText = "r&b";
-                        q.fieldValueList = {{"name", "a b"}, {"k y", "\n"}}; }, "$q=r&b&k y=% a&name=a%20b"},
+    const std::pair<std::function<Query()>, const char*> cases[] = {
+        {[] { Query q; q.fieldValueList = {{"a", "1"}}; q.filterText = "t"; q.fieldList = {{"f"}};
+              q.sortedFieldList = {"s"}; q.expandType = 3; q.expandedFieldList = {"e"}; q.offsetId = "id"; q.limit = 2;
+              return q; }, ""},
+        {[] { Query q; q.filterByFields = q.filterByText = q.filterValuesCoded = true; q.filterText = "r&b";
+              q.fieldValueList = {{"name", "a b"}, {"k y", "\n"}}; return q; }, "$q=r%26b&k y=\n&name=a b"},
+        {[] { Query q; q.filterByFields = q.filterByText = q.filterTextCoded = true; q.filterText = "r&b";
+              q.fieldValueList = {{"name", "a b"}, {"k y", "\n"}}; return q; }, "$q=r&b&k y=% a&name=a%20b"},
         // The reserved keys come after the field-value filters and overwrite them.
-        {[](Query& q) { q.filterByFields = q.filterValuesCoded = q.sortFilter = true;
-                        q.fieldValueList = {{"$sortby", "f"}}; q.sortedFieldList = {"a", ""}; }, "$sortby=a,"},
-        {[](Query& q) { q.fieldsFilter = true; q.fieldList = {{"a b", true, OFFSET_NOT_SET, -1}, {"o", false, 3, 4}}; },
-         "$fields=a b($offset:-2147483648,$limit:-1),o"},
-        {[](Query& q) { q.pagesExist = true; q.offsetId = "x"; q.offset = 5; }, "$offset=x"}};
+        {[] { Query q; q.filterByFields = q.filterValuesCoded = q.sortFilter = true;
+              q.fieldValueList = {{"$sortby", "f"}}; q.sortedFieldList = {"a", ""}; return q; }, "$sortby=a,"},
+        {[] { Query q; q.fieldsFilter = true; q.fieldList = {{"a b", true, OFFSET_NOT_SET, -1}, {"o", false, 3, 4}};
+              return q; }, "$fields=a b($offset:-2147483648,$limit:-1),o"},
+        {[] { Query q; q.pagesExist = true; q.offsetId = "x"; q.offset = 5; return q; }, "$offset=x"}};
     // clang-format on
-    for (const auto& [setUp, expected] : cases) {
-        Query query;
-        setUp(query);
-        EXPECT_EQ(query.getString(), expected);
-    }
+    for (const auto& [make, expected] : cases)
+        EXPECT_EQ(make().getString(), expected);
 }
 
 TEST(QueryTest, ListingWritesSeventeenLabelledLinesWithTheLevelAsARawByte) {

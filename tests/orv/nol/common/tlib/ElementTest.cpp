@@ -1,5 +1,5 @@
 // Element: the resource URI, serialisation of id, name and URI to a data object and back with
-// its optional Property values, findProperty and the expansion step dec.
+// its optional Property values, and the expansion step dec.
 
 #include "orv/nol/common/tlib/Element.h"
 
