@@ -66,12 +66,16 @@ TEST(ValueTest, EveryKindReportsItsTypeDispatchesAndCopies) {
 
 TEST(ValueTest, NullPointersReadAsNull) {
     Recorder().visit(nullptr);  // nothing to hand over
-    const std::unique_ptr<Array> array(arrayOf({nullptr}));
-    const std::unique_ptr<Object> object(objectOf({{"k", nullptr}}));
-    for (const Value* stored : {array->get()[0].get(), object->find("k")}) {
+    const std::unique_ptr<Array> array(arrayOf({nullptr, objectOf({{"k", nullptr}})}));
+    auto& object = static_cast<Object&>(*array->get()[1]);
+    for (const Value* stored : {array->get()[0].get(), object.find("k")}) {
         ASSERT_NE(stored, nullptr);
         EXPECT_EQ(stored->getType(), Value::EType::Null);
     }
+    // Null pointers put in past pushNew and setNew are read as null values.
+    array->get().push_back(nullptr);
+    object.get()["raw"] = nullptr;
+    EXPECT_EQ(jsonOf(array.get()), R"([null,{"k":null,"raw":null},null])");
 }
 
 TEST(ObjectTest, SetNewReplacesAndDeletesButKeepsAValueHandedBack) {
