@@ -29,7 +29,6 @@ namespace {
 
 using namespace data;
 using namespace testing;
-using namespace std::string_literals;
 
 Blob* blobOf(const std::string& bytes) {
     return new Blob({bytes.begin(), bytes.end()});
@@ -39,6 +38,7 @@ TEST(WriterTest, WritesCompactJson) {
     const std::vector<std::pair<Value*, std::string>> cases = {
         {nullptr, "null"},
         {new Integer(0), "0"},
+        {new Boolean(true), "true"},
         {arrayOf({new Null(), new Boolean(true), new Boolean(false), new Integer(INT_MAX),
                   new Integer(INT_MIN)}),
          "[null,true,false,2147483647,-2147483648]"},
@@ -48,7 +48,7 @@ TEST(WriterTest, WritesCompactJson) {
                   new Float(HUGE_VAL), new Float(-HUGE_VAL)}),
          "[1,-0,0.1,-2.5e-07,1e+300,5e-324,1.7976931348623157e+308,null,null,null]"},
         {arrayOf({new String(""), new String("a/b\x7f\xc3\xa9\xff\x80"),
-                  new String("\b\f\n\r\t\"\\\x00\x01\x1f"s),
+                  new String(std::string("\b\f\n\r\t\"\\\x00\x01\x1f", 10)),
                   // Escapes inside an eight-byte word and in the tail behind one.
                   new String("0123\"5670123\\5670123\036567\001\002")}),
          "[\"\",\"a/b\x7f\xc3\xa9\xff\x80\","
@@ -74,13 +74,13 @@ TEST(WriterTest, WritesCompactJson) {
     }
 }
 
-// Throws from its first consume() and keeps everything after.
-class FailingOnce : public DataConsumer {
+// Throws from its second consume() and keeps everything else.
+class FailingSecond : public DataConsumer {
 public:
     std::string text;
-    bool failed = false;
+    int calls = 0;
     void consume(const char* data, std::size_t size) override {
-        if (!std::exchange(failed, true)) {
+        if (++calls == 2) {
             throw std::runtime_error("consumer failed");
         }
         text.append(data, size);
@@ -94,14 +94,15 @@ public:
 };
 
 TEST(WriterTest, AFailedDocumentIsDroppedAndTheNextStartsClean) {
-    FailingOnce consumer;
+    FailingSecond consumer;
     Writer writer(consumer);
     const std::unique_ptr<Value> broken(
         objectOf({{"a", arrayOf({new Integer(1), objectOf({{"b", new Broken()}})})}}));
     EXPECT_THROW(writer.visit(broken.get()), std::runtime_error);
-    EXPECT_THROW(writer.visitString({"x", 1}), std::runtime_error);
     writer.visitInteger(5);  // a top-level value reaches the consumer before the call returns
-    EXPECT_EQ(consumer.text, "5");
+    EXPECT_THROW(writer.visitString({"x", 1}), std::runtime_error);
+    writer.visitNull();
+    EXPECT_EQ(consumer.text, "5null");
 }
 
 // Random trees with the JSON a reader should find in their text: integers of every size, floats
