@@ -73,7 +73,8 @@ void play(const std::vector<std::tuple<unsigned int, int, const char*>>& steps,
             }
         }
     }
-    ASSERT_TRUE(drain(decoupler));
+    ASSERT_TRUE(support::waitUntil([&] { return ran.get().size() >= expected.size(); }));
+    ASSERT_TRUE(drain(decoupler));  // queued only now: a removal of every user would drop it
     EXPECT_EQ(ran.get(), expected);
     EXPECT_EQ(witness.use_count(), 1);  // the calls dropped are destroyed too
 }
@@ -119,8 +120,7 @@ TEST(DefaultDecoupler, DestructionFinishesTheRunningCallAndDropsEverythingQueued
     ASSERT_TRUE(destroyer.blocked());
     second.release();
     ASSERT_TRUE(destroyer.finished());
-    EXPECT_FALSE(ran || removed);
-    EXPECT_EQ(witness.use_count(), 1);
+    EXPECT_TRUE(!ran && !removed && witness.use_count() == 1);
 }
 
 // Producers queue calls of several users at random priorities while the test thread withdraws
