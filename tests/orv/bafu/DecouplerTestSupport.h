@@ -1,10 +1,14 @@
 #pragma once
 
-// Helpers for the decoupler tests: a gate that holds a decoupler's worker inside a call, a
-// log of what ran, and a way to tell that another thread has gone to sleep (blocked).
+// Helpers shared by the framework tests: notes taken from any thread, a gate that holds a
+// decoupler's worker inside a call, a thread for an operation that blocks, a drain, and whether
+// a thread sleeps.
 
+#include <pthread.h>
 #include <sys/types.h>
 #include <unistd.h>
+
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <fstream>
@@ -14,132 +18,85 @@
 #include <thread>
 #include <vector>
 
-#include "orv/bafu/IDecoupler.h"
-#include "support/Await.h"
+#include "orv/bafu/DefaultDecoupler.h"
 #include "support/Concurrency.h"
 
-namespace orv {
-namespace bafu {
-namespace test_support {
+namespace orv::bafu::test_support {
 
-// A removal's completion callback that counts its calls and notes the thread and the flag of
-// the last one. Hand `callback` over as a weak pointer; the object must outlive the call.
-struct RecordedCompletion {
-    std::atomic<int> calls{0};
-    std::atomic<bool> flag{false};
-    std::thread::id thread;
-    std::shared_ptr<IDecoupler::RemovedCallback> callback =
-        std::make_shared<IDecoupler::RemovedCallback>([this](bool value) {
-            thread = std::this_thread::get_id();
-            flag = value;
-            ++calls;
-        });
+using Strings = std::vector<std::string>;
+using Callback = IDecoupler::RemovedCallback;
+
+// Notes in the order they were taken, from any thread.
+struct Notes {
+    void add(const std::string& note) {
+        const std::lock_guard<std::mutex> guard(lock);
+        all.push_back(note);
+    }
+    Strings get() {
+        const std::lock_guard<std::mutex> guard(lock);
+        return all;
+    }
+    std::mutex lock;
+    Strings all;
 };
 
-// Holds the worker of a decoupler inside one call until release(), so that a test can arrange
-// the queue behind it. The latches are shared with the call, which may still be leaving
-// wait() when the gate is gone.
-class WorkerGate {
-public:
-    WorkerGate(IDecoupler& decoupler, unsigned int userId, unsigned char priority = 0)
-        : m_state(std::make_shared<State>()) {
-        decoupler.call(
-            [state = m_state] {
-                state->worker = std::this_thread::get_id();
-                state->entered.countDown();
-                state->release.wait();
-                state->returned = true;
-            },
-            userId, priority);
-        m_state->entered.wait();
+// The operating system's name of the calling thread.
+inline std::string threadName() {
+    char name[16] = {};
+    pthread_getname_np(pthread_self(), name, sizeof name);
+    return name;
+}
+
+// Whether thread `tid` of this process is asleep (blocked in the kernel) right now.
+inline bool isSleeping(pid_t tid) {
+    std::string stat;
+    std::getline(std::ifstream("/proc/self/task/" + std::to_string(tid) + "/stat"), stat);
+    return stat.find(") S ") != std::string::npos;  // the state follows the name
+}
+
+// Holds a decoupler's worker inside one call until release(). The state is shared with the
+// call, which may still be leaving when the gate is gone.
+struct Gate {
+    Gate(IDecoupler& decoupler, unsigned int userId, unsigned char priority = 0, bool wait = true) {
+        decoupler.call([s = state] { s->entered.countDown(), s->release.wait(); }, userId,
+                       priority);
+        EXPECT_TRUE(!wait || state->entered.wait());
     }
-    WorkerGate(const WorkerGate&) = delete;
-    WorkerGate& operator=(const WorkerGate&) = delete;
-    ~WorkerGate() { release(); }
-
-    void release() { m_state->release.countDown(); }
-    std::thread::id worker() const { return m_state->worker; }
-    bool returned() const { return m_state->returned; }
-
-private:
+    ~Gate() { release(); }
+    void release() { state->release.countDown(); }
     struct State {
-        support::Latch entered{1};
-        support::Latch release{1};
-        std::thread::id worker;
-        std::atomic<bool> returned{false};
+        support::Latch entered{1}, release{1};
     };
-    std::shared_ptr<State> m_state;
+    std::shared_ptr<State> state = std::make_shared<State>();
 };
 
-// Names of the calls that ran, in order; any thread may add.
-class RunLog {
-public:
-    void add(const std::string& entry) {
-        std::lock_guard<std::mutex> guard(m_lock);
-        m_entries.push_back(entry);
+// Runs `body` on a detached thread, so that a test whose body never returns still ends;
+// blocked() waits until that thread sleeps inside `body`, finished() until `body` returned.
+struct Blocking {
+    template <typename Body>
+    explicit Blocking(Body body) {
+        std::thread([s = state, body] { s->tid = gettid(), body(), s->done = true; }).detach();
     }
-    std::vector<std::string> entries() const {
-        std::lock_guard<std::mutex> guard(m_lock);
-        return m_entries;
+    bool blocked() const {
+        return support::waitUntil(
+                   [s = state] { return s->done || (s->tid && isSleeping(s->tid)); }) &&
+               !state->done;
     }
-    // A call that logs `entry` when it runs.
-    std::function<void()> recorder(const std::string& entry) {
-        return [this, entry] { add(entry); };
+    bool finished() const {
+        return support::waitUntil([s = state] { return s->done.load(); });
     }
-
-private:
-    mutable std::mutex m_lock;
-    std::vector<std::string> m_entries;
+    struct State {
+        std::atomic<pid_t> tid{0};
+        std::atomic<bool> done{false};
+    };
+    std::shared_ptr<State> state = std::make_shared<State>();
 };
 
-// Waits until every entry queued on `decoupler` before it (of any priority) has run or been
-// dropped: queues a last call with priority 255 under an id no test removes.
-inline bool drain(IDecoupler& decoupler, unsigned int userId) {
+// Waits until every entry queued on `decoupler` before it has run or been dropped.
+inline bool drain(IDecoupler& decoupler, unsigned int userId = 4242) {
     auto done = std::make_shared<support::Latch>(1);
     decoupler.call([done] { done->countDown(); }, userId, 255);
     return done->wait();
 }
 
-// Whether the thread `tid` of this process is asleep (blocked in the kernel) right now.
-inline bool isSleeping(pid_t tid) {
-    std::ifstream stat("/proc/self/task/" + std::to_string(tid) + "/stat");
-    std::string content((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
-    const auto end = content.rfind(')');  // the state follows the parenthesised name
-    return end != std::string::npos && end + 2 < content.size() && content[end + 2] == 'S';
-}
-
-// Runs `body` on a new thread and returns once that thread is blocked (for instance in a
-// removal that waits for the worker), or false on the deadline.
-class BlockingCall {
-public:
-    template <typename Body>
-    explicit BlockingCall(Body body)
-        : m_thread([this, body] {
-              m_tid = gettid();
-              body();
-              m_done = true;
-          }) {}
-    BlockingCall(const BlockingCall&) = delete;
-    BlockingCall& operator=(const BlockingCall&) = delete;
-    ~BlockingCall() { join(); }
-
-    bool waitUntilBlocked() {
-        return test::waitUntil([this] { return m_tid != 0 && (m_done || isSleeping(m_tid)); }) &&
-               !m_done;
-    }
-    bool done() const { return m_done; }
-    void join() {
-        if (m_thread.joinable()) {
-            m_thread.join();
-        }
-    }
-
-private:
-    std::atomic<pid_t> m_tid{0};
-    std::atomic<bool> m_done{false};
-    std::thread m_thread;
-};
-
-}  // namespace test_support
-}  // namespace bafu
-}  // namespace orv
+}  // namespace orv::bafu::test_support

@@ -1,290 +1,183 @@
+// DefaultDecoupler: priority order, user ids, removal as a barrier, destruction, and a stress
+// run of producers and removers.
+
 #include "orv/bafu/DefaultDecoupler.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <chrono>
+#include <cstdint>
 #include <memory>
 #include <random>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "DecouplerTestSupport.h"
-#include "orv/bafu/detail/UserIds.h"
-#include "support/CapturedThreadLog.h"
 
-namespace orv {
-namespace bafu {
+namespace orv::bafu {
 namespace {
 
-using test_support::BlockingCall;
-using test_support::drain;
-using test_support::RecordedCompletion;
-using test_support::RunLog;
-using test_support::WorkerGate;
-using Callback = IDecoupler::RemovedCallback;
-using Strings = std::vector<std::string>;
+using namespace test_support;
+constexpr unsigned int Bystander = 4242;  // a user no test removes
 
-// A user id that no test removes, for gates and drains.
-constexpr unsigned int Bystander = 4242;
-
-TEST(DefaultDecouplerOrder, MostUrgentFirstAndFifoWithinAPriority) {
+TEST(DefaultDecoupler, RunsMostUrgentFirstAndFifoWithinAPriority) {
     DefaultDecoupler decoupler("order");
-    RunLog log;
-    {
-        WorkerGate gate(decoupler, Bystander);
-        const std::array<std::pair<unsigned char, const char*>, 5> calls{
-            {{5, "5a"}, {0, "0a"}, {5, "5b"}, {255, "255"}, {0, "0b"}}};
-        for (const auto& [priority, name] : calls) {
-            decoupler.call(log.recorder(name), 7, priority);
-        }
+    std::vector<std::pair<int, int>> queued, ran;  // priority, arrival
+    Gate gate(decoupler, Bystander);
+    for (int arrival = 0; arrival < 2000; ++arrival) {
+        const int priority = arrival % 3 == 0 ? 0 : 64 + arrival * 7919 % 192;  // 0 alone below 64
+        queued.emplace_back(priority, arrival);
+        decoupler.call([&ran, priority, arrival] { ran.emplace_back(priority, arrival); }, 7,
+                       static_cast<unsigned char>(priority));
     }
-    ASSERT_TRUE(drain(decoupler, Bystander));
-    EXPECT_EQ(log.entries(), (Strings{"0a", "0b", "5a", "5b", "255"}));
-}
-
-TEST(DefaultDecouplerOrder, ManyMixedPrioritiesRunSortedAndStable) {
-    DefaultDecoupler decoupler("mixed");
-    std::vector<std::pair<int, int>> queued;  // priority, arrival
-    std::vector<std::pair<int, int>> ran;     // written on the worker, read after the drain
-    std::mt19937 random(7);
-    std::uniform_int_distribution<int> priorities(0, 255);
-    {
-        WorkerGate gate(decoupler, Bystander);
-        for (int arrival = 0; arrival < 2000; ++arrival) {
-            const int priority = priorities(random);
-            queued.emplace_back(priority, arrival);
-            decoupler.call([&ran, priority, arrival] { ran.emplace_back(priority, arrival); }, 7,
-                           static_cast<unsigned char>(priority));
-        }
-    }
-    ASSERT_TRUE(drain(decoupler, Bystander));
+    gate.release();
+    ASSERT_TRUE(drain(decoupler));
     std::stable_sort(queued.begin(), queued.end(),
-                     [](const auto& a, const auto& b) { return a.first < b.first; });
+                     [](auto& a, auto& b) { return a.first < b.first; });
     EXPECT_EQ(ran, queued);
+    decoupler.removeAllCalls();  // nothing queued: returns once the worker has seen it
 }
 
-TEST(DefaultDecouplerOrder, MoreUrgentCallQueuedByARunningCallRunsNext) {
-    DefaultDecoupler decoupler("urgent");
-    RunLog log;
+// With the worker held, `steps` are queued in order; then what ran is compared, in order. A
+// step with a priority is a call that notes its name. Remove: removeUserCalls with a callback
+// that notes the name (with '?' if not on the worker or not told true) and queues a call
+// "<name>+" of the same user at 200; Released: the same, the callback let go at once;
+// RemoveAll: removeAllCalls with such a callback.
+constexpr int Remove = -1, Released = -2, RemoveAll = -3;
+void play(const std::vector<std::tuple<unsigned int, int, const char*>>& steps,
+          const Strings& expected) {
+    DefaultDecoupler decoupler("scenario");
+    Notes ran;
+    auto witness = std::make_shared<int>(0);  // held by every call queued
+    std::vector<std::shared_ptr<Callback>> callbacks;
     {
-        WorkerGate gate(decoupler, Bystander);
-        decoupler.call(
-            [&] {
-                log.add("A");
-                decoupler.call(log.recorder("C"), 7, 50);
-            },
-            7, 100);
-        decoupler.call(log.recorder("B"), 7, 100);
-    }
-    ASSERT_TRUE(drain(decoupler, Bystander));
-    EXPECT_EQ(log.entries(), (Strings{"A", "C", "B"}));
-}
-
-TEST(DefaultDecouplerThread, RunsCallsOnANamedWorkerThread) {
-    DefaultDecoupler decoupler("bafu-worker");
-    std::array<char, 16> name{};
-    std::thread::id ranOn;
-    auto done = std::make_shared<support::Latch>(1);
-    decoupler.call(
-        [&, done] {
-            pthread_getname_np(pthread_self(), name.data(), name.size());
-            ranOn = std::this_thread::get_id();
-            done->countDown();
-        },
-        2, 128);
-    ASSERT_TRUE(done->wait());
-    EXPECT_STREQ(name.data(), "bafu-worker");
-    EXPECT_NE(ranOn, std::this_thread::get_id());
-}
-
-TEST(DefaultDecouplerIds, HandsOutFromTwoAndWrapsPastTheReservedValues) {
-    DefaultDecoupler decoupler("ids");
-    EXPECT_EQ(decoupler.createUserId(), 2U);
-    EXPECT_EQ(decoupler.createUserId(), 3U);
-    EXPECT_EQ(detail::userIdAfter(0xFFFFFFFDU), 0xFFFFFFFEU);
-    EXPECT_EQ(detail::userIdAfter(0xFFFFFFFEU), 2U);
-}
-
-// Three calls of the user at priority 10 run, the two at 255 are dropped, then the callback
-// runs on the worker. The request sits at 254: a 254 call queued before it runs, one queued
-// after it is dropped, and a 10 queued after it still runs first. Other users are untouched.
-TEST(DefaultDecouplerRemoval, IsABarrierAtPriority254ThenDropsAndCallsBack) {
-    DefaultDecoupler decoupler("barrier");
-    RunLog log;
-    RecordedCompletion completion;
-    constexpr unsigned int User = 9;
-    constexpr unsigned int Other = 10;
-    auto witness = std::make_shared<int>(0);  // held by every call that should be dropped
-    std::thread::id worker;
-    {
-        WorkerGate gate(decoupler, Bystander);
-        worker = gate.worker();
-        for (const char* name : {"u10a", "u10b", "u10c"}) {
-            decoupler.call(log.recorder(name), User, 10);
+        Gate gate(decoupler, Bystander);
+        for (const auto& [user, priority, name] : steps) {
+            if (priority >= 0) {
+                decoupler.call([&ran, witness, name = name] { ran.add(name); }, user,
+                               static_cast<unsigned char>(priority));
+                continue;
+            }
+            callbacks.push_back(
+                std::make_shared<Callback>([&, user = user, name = std::string(name)](bool flag) {
+                    ran.add(name + (flag && threadName() == "scenario" ? "" : "?"));
+                    decoupler.call([&ran, name] { ran.add(name + "+"); }, user, 200);
+                }));
+            priority == RemoveAll ? decoupler.removeAllCalls(callbacks.back())
+                                  : decoupler.removeUserCalls(user, callbacks.back());
+            if (priority == Released) {
+                callbacks.pop_back();
+            }
         }
-        decoupler.call([&log, witness] { log.add("u255a"); }, User, 255);
-        decoupler.call([&log, witness] { log.add("u255b"); }, User, 255);
-        decoupler.call(log.recorder("u254-before"), User, 254);
-        decoupler.call(log.recorder("o255"), Other, 255);
-        decoupler.removeUserCalls(User, completion.callback);
-        decoupler.call([&log, witness] { log.add("u254-after"); }, User, 254);
-        decoupler.call(log.recorder("u10-after"), User, 10);
-        decoupler.call([&] { log.add(completion.calls == 1 ? "o254-after-cb" : "early"); }, Other,
-                       254);
     }
-    ASSERT_TRUE(drain(decoupler, Bystander));
-    EXPECT_EQ(log.entries(), (Strings{"u10a", "u10b", "u10c", "u10-after", "u254-before",
-                                      "o254-after-cb", "o255"}));
-    EXPECT_EQ(completion.calls, 1);
-    EXPECT_TRUE(completion.flag);
-    EXPECT_EQ(completion.thread, worker);
-    EXPECT_EQ(witness.use_count(), 1);  // the dropped calls are destroyed, not kept
+    ASSERT_TRUE(support::waitUntil([&] { return ran.get().size() >= expected.size(); }));
+    ASSERT_TRUE(drain(decoupler));  // queued only now: a removal of every user would drop it
+    EXPECT_EQ(ran.get(), expected);
+    EXPECT_EQ(witness.use_count(), 1);  // the calls dropped are destroyed too
 }
 
-TEST(DefaultDecouplerRemoval, CallsQueuedAfterTheRemovalWasCarriedOutAreUnaffected) {
-    DefaultDecoupler decoupler("after");
-    RunLog log;
-    constexpr unsigned int User = 5;
-    auto requeue = std::make_shared<Callback>(
-        [&](bool) { decoupler.call(log.recorder("queued-in-callback"), User, 200); });
-    {
-        WorkerGate gate(decoupler, Bystander);
-        decoupler.call(log.recorder("dropped"), User, 255);
-        decoupler.removeUserCalls(User, requeue);
-    }
-    ASSERT_TRUE(drain(decoupler, Bystander));
-    EXPECT_EQ(log.entries(), Strings{"queued-in-callback"});
+// The request waits at priority 254: more urgent calls of the user, and a 254 queued before
+// it, still run; what is left of the user is dropped; then the callback runs on the worker; a
+// call it queues is not affected. Other users keep their places.
+TEST(DefaultDecoupler, RemovalIsABarrierAt254ThenDropsTheRestAndCallsBack) {
+    // clang-format off
+    play({{9, 10, "u10"}, {9, 255, "u255"}, {9, 254, "u254-before"}, {10, 255, "o255"},
+          {9, Remove, "removed"}, {9, 254, "u254-after"}, {9, 10, "u10-after"}, {10, 254, "o254"}},
+         {"u10", "u10-after", "u254-before", "removed", "removed+", "o254", "o255"});
+    // clang-format on
 }
 
-TEST(DefaultDecouplerRemoval, ReleasedCallbackIsSkippedButTheCallsAreStillDropped) {
-    DefaultDecoupler decoupler("released");
-    RunLog log;
-    int calls = 0;
-    {
-        WorkerGate gate(decoupler, Bystander);
-        decoupler.call(log.recorder("dropped"), 3, 255);
-        auto callback = std::make_shared<Callback>([&](bool) { ++calls; });
-        decoupler.removeUserCalls(3, callback);
-    }
-    ASSERT_TRUE(drain(decoupler, Bystander));
-    EXPECT_TRUE(log.entries().empty());
-    EXPECT_EQ(calls, 0);
+// A released callback is skipped, its calls dropped all the same. Removing id 0 also drops the
+// removal requests still queued (they carry id 0), whose callbacks then never run.
+TEST(DefaultDecoupler, ReleasedCallbackIsSkippedAndIdZeroDropsPendingRequests) {
+    play({{3, 255, "u3"}, {3, Released, "released"}, {0, Remove, "zero"}, {5, Remove, "dropped"}},
+         {"zero", "zero+"});
 }
 
-TEST(DefaultDecouplerRemoval, RemovingIdZeroDropsOtherPendingRemovalRequests) {
-    DefaultDecoupler decoupler("zero");
-    RecordedCompletion remover;
-    RecordedCompletion dropped;
-    {
-        WorkerGate gate(decoupler, Bystander);
-        decoupler.removeUserCalls(0, remover.callback);
-        decoupler.removeUserCalls(3, dropped.callback);
-    }
-    ASSERT_TRUE(drain(decoupler, Bystander));
-    EXPECT_EQ(remover.calls, 1);
-    EXPECT_EQ(dropped.calls, 0);
+TEST(DefaultDecoupler, RemovingAllUsersLetsUrgentCallsRunAndDropsTheRest) {
+    play({{2, 255, "a"}, {3, 255, "b"}, {2, 0, "a0"}, {1, RemoveAll, "all"}, {3, 253, "b253"}},
+         {"a0", "b253", "all", "all+"});
 }
 
-TEST(DefaultDecouplerBlockingRemoval, RemoveAllLetsUrgentCallsRunDropsTheRestThenReturns) {
-    DefaultDecoupler decoupler("all");
-    RunLog log;
-    WorkerGate gate(decoupler, Bystander);
-    decoupler.call(log.recorder("a255"), 2, 255);
-    decoupler.call(log.recorder("b255"), 3, 255);
-    decoupler.call(log.recorder("a0"), 2, 0);
-    decoupler.call(log.recorder("b253"), 3, 253);
-    BlockingCall remover([&] { decoupler.removeAllCalls(); });
-    ASSERT_TRUE(remover.waitUntilBlocked());
-    decoupler.call(log.recorder("b200"), 3, 200);  // queued while the removal waits
-    gate.release();
-    remover.join();
-    EXPECT_EQ(log.entries(), (Strings{"a0", "b200", "b253"}));
-    ASSERT_TRUE(drain(decoupler, Bystander));
-    EXPECT_EQ(log.entries(), (Strings{"a0", "b200", "b253"}));
-}
-
-TEST(DefaultDecouplerBlockingRemoval, WaitsForTheRunningCallOfTheUser) {
-    DefaultDecoupler decoupler("running");
-    WorkerGate gate(decoupler, 6);
-    BlockingCall remover([&] { decoupler.removeUserCalls(6); });
-    ASSERT_TRUE(remover.waitUntilBlocked());
-    gate.release();
-    remover.join();
-    EXPECT_TRUE(gate.returned());
-}
-
-// The blocking removal called on the worker waits for a request that only the worker itself
-// could carry out. The decoupler is left behind on purpose (reachable from a static): its
-// worker stays asleep, holds nothing the rest of the program needs and does not keep the
-// program from exiting.
-TEST(DefaultDecouplerBlockingRemoval, CalledOnTheWorkerThreadNeverReturns) {
-    static auto* const decoupler = new DefaultDecoupler("hang");
-    static auto* const entered = new std::atomic<bool>(false);
-    static auto* const returned = new std::atomic<bool>(false);
-    static auto* const urgentRan = new std::atomic<bool>(false);
-    decoupler->call(
-        [] {
-            *entered = true;
-            decoupler->removeUserCalls(2);
-            *returned = true;
-        },
-        2, 0);
-    ASSERT_TRUE(test::waitUntil([] { return entered->load(); }));
-    decoupler->call([] { *urgentRan = true; }, 3, 0);
-    EXPECT_FALSE(test::waitUntil([] { return returned->load() || urgentRan->load(); },
-                                 std::chrono::milliseconds(300)));
-}
-
-TEST(DefaultDecouplerDestruction, FinishesTheRunningCallAndDropsTheQueueUnrun) {
+// Destruction waits for the running call, then drops unrun what is queued: calls already sorted
+// by priority, calls just handed over, and removal requests, whose callbacks never run.
+TEST(DefaultDecoupler, DestructionFinishesTheRunningCallAndDropsEverythingQueued) {
     auto decoupler = std::make_unique<DefaultDecoupler>("destroy");
-    RunLog log;
-    RecordedCompletion completion;
     auto witness = std::make_shared<int>(0);
-    WorkerGate gate(*decoupler, Bystander);
-    decoupler->call([&log, witness] { log.add("queued"); }, 2, 0);
-    decoupler->call([&log, witness] { log.add("queued-255"); }, 2, 255);
-    decoupler->removeUserCalls(2, completion.callback);
-    BlockingCall destroyer([&] { decoupler.reset(); });
-    ASSERT_TRUE(destroyer.waitUntilBlocked());  // waiting for the running call
-    gate.release();
-    destroyer.join();
-    EXPECT_TRUE(gate.returned());
-    EXPECT_TRUE(log.entries().empty());
-    EXPECT_EQ(completion.calls, 0);
-    EXPECT_EQ(witness.use_count(), 1);
+    std::atomic<bool> ran{false}, removed{false};
+    const auto onRemoved = std::make_shared<Callback>([&](bool) { removed = true; });
+    Gate first(*decoupler, Bystander);
+    decoupler->call([&ran, witness] { ran = true; }, 2, 255);
+    decoupler->removeUserCalls(2, onRemoved);
+    Gate second(*decoupler, Bystander, 1, false);  // taken once the worker has sorted the rest in
+    first.release();
+    ASSERT_TRUE(second.state->entered.wait());
+    decoupler->call([&ran, witness] { ran = true; }, 2, 0);
+    Blocking destroyer([&] { decoupler.reset(); });
+    ASSERT_TRUE(destroyer.blocked());
+    second.release();
+    ASSERT_TRUE(destroyer.finished());
+    EXPECT_TRUE(!ran && !removed && witness.use_count() == 1);
 }
 
-// A call that throws, or an empty one, ends the worker for good, which the thread reports;
-// what is queued then is destroyed unrun with the decoupler.
-TEST(DefaultDecouplerFailure, FailingCallEndsTheWorker) {
-    const support::CapturedThreadLog log;
-    const std::vector<std::pair<const char*, std::function<void()>>> failures{
-        {"throwing", [] { throw std::runtime_error("deliberately thrown by a test"); }},
-        {"empty", std::function<void()>()},
-    };
-    for (const auto& [name, failure] : failures) {
-        SCOPED_TRACE(name);
-        auto witness = std::make_shared<int>(0);
-        bool ran = false;
-        {
-            DefaultDecoupler decoupler("failing");
-            decoupler.call(std::function<void()>(failure), 2, 0);
-            ASSERT_TRUE(test::waitUntil([&] { return !decoupler.isRunning(); }));
-            decoupler.call([&ran, witness] { ran = true; }, 2, 0);
-        }
-        EXPECT_FALSE(ran);
-        EXPECT_EQ(witness.use_count(), 1);
+// Producers queue calls of several users at random priorities while the test thread withdraws
+// every user but the first. Checked together: no call runs twice, nor once a removal of its
+// user, entered after it was queued, has reported, nor before an earlier call of its producer
+// and priority; every call of the user never removed runs; every call is destroyed exactly
+// once.
+TEST(DefaultDecouplerStress, ProducersAndRemovalsKeepEveryRule) {
+    constexpr std::size_t Producers = 3, PerProducer = 60000, Users = 5, Never = ~std::size_t{0};
+    std::vector<std::atomic<std::size_t>> queuedAt(Producers * PerProducer);
+    std::vector<std::atomic<bool>> ran(Producers * PerProducer);
+    std::atomic<int> broken{0}, destroyed{0};  // calls that broke a rule, calls destroyed
+    std::atomic<std::size_t> clock{0}, producing{Producers};     // orders queueing against removals
+    std::array<std::size_t, Users> removedUpTo{};                // the worker's alone, as is
+    std::array<std::array<std::size_t, 256>, Producers> last{};  // 1 + the seq run last
+    std::vector<std::shared_ptr<Callback>> callbacks;
+    auto decoupler = std::make_unique<DefaultDecoupler>("stress");
+    std::vector<std::thread> producers;
+    for (std::size_t producer = 0; producer < Producers; ++producer) {
+        producers.emplace_back([&, producer, random = std::mt19937(producer)]() mutable {
+            for (std::size_t seq = 0, index = producer * PerProducer; seq < PerProducer;
+                 ++seq, ++index) {
+                const auto priority =
+                    static_cast<unsigned char>(random() % 3 == 0 ? 255 : random() % 256);
+                queuedAt[index] = Never;
+                std::shared_ptr<void> token(nullptr, [&destroyed](void*) { ++destroyed; });
+                decoupler->call(
+                    [&, token, producer, seq, index, priority] {
+                        broken += ran[index].exchange(true) ||
+                                  queuedAt[index] < removedUpTo[index % Users] ||
+                                  seq < last[producer][priority];
+                        last[producer][priority] = seq + 1;
+                    },
+                    static_cast<unsigned int>(2 + index % Users), priority);
+                queuedAt[index] = clock++;
+            }
+            --producing;
+        });
     }
-    EXPECT_TRUE(log.contains("deliberately thrown by a test")) << log.text();
-    EXPECT_TRUE(log.contains("failing")) << log.text();
+    for (std::size_t user = 1; producing > 0; user = 1 + user % (Users - 1)) {
+        callbacks.push_back(std::make_shared<Callback>([&, user, entered = clock++](bool) {
+            removedUpTo[user] = std::max(removedUpTo[user], entered);
+        }));
+        decoupler->removeUserCalls(static_cast<unsigned int>(2 + user), callbacks.back());
+        std::this_thread::sleep_for(std::chrono::microseconds(300));  // pacing only
+    }
+    for (auto& producer : producers) {
+        producer.join();
+    }
+    ASSERT_TRUE(drain(*decoupler, 2));
+    for (std::size_t index = 0; index < ran.size(); index += Users) {
+        ASSERT_TRUE(ran[index]) << "lost: call " << index;
+    }
+    decoupler.reset();
+    EXPECT_EQ(broken, 0);
+    EXPECT_EQ(destroyed, int(ran.size()));
 }
 
 }  // namespace
-}  // namespace bafu
-}  // namespace orv
+}  // namespace orv::bafu

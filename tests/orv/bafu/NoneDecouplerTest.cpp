@@ -1,198 +1,50 @@
+// NoneDecoupler: calls run at once on the caller's thread; a removal completes when no call of
+// any user runs any more.
+
 #include "orv/bafu/NoneDecoupler.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <stdexcept>
-#include <thread>
+#include <string>
 
 #include "DecouplerTestSupport.h"
-#include "support/Await.h"
-#include "support/Concurrency.h"
 
-namespace orv {
-namespace bafu {
+namespace orv::bafu {
 namespace {
 
-using Callback = IDecoupler::RemovedCallback;
-using test_support::RecordedCompletion;
+using namespace test_support;
 
-// Runs one call of `decoupler` on a thread of its own and keeps it inside its function until
-// release().
-class BlockedCall {
-public:
-    explicit BlockedCall(NoneDecoupler& decoupler)
-        : m_thread([this, &decoupler] {
-              decoupler.call(
-                  [this] {
-                      m_inside.countDown();
-                      m_release.wait();
-                      m_returned = true;  // the function's last act
-                  },
-                  1, 128);
-          }) {
-        m_inside.wait();
-    }
-    BlockedCall(const BlockedCall&) = delete;
-    BlockedCall& operator=(const BlockedCall&) = delete;
-    ~BlockedCall() {
-        if (m_thread.joinable()) {
-            join();
-        }
-    }
-
-    void release() { m_release.countDown(); }
-    void join() {
-        release();
-        m_thread.join();
-    }
-    std::thread::id id() const { return m_thread.get_id(); }
-    // Whether the blocked function has returned.
-    bool returned() const { return m_returned; }
-
-private:
-    support::Latch m_inside{1};
-    support::Latch m_release{1};
-    std::atomic<bool> m_returned{false};
-    std::thread m_thread;
-};
-
-TEST(NoneDecouplerIds, CreateUserIdIsAlwaysOne) {
+// A call runs at once on the caller's thread; one that throws still ends. A removal for any user
+// returns at once and, once the call running on another thread has ended, calls back there; a
+// blocking removal returns only then; a released callback is skipped. With no call running a
+// removal calls back at once. The only user id is 1.
+TEST(NoneDecoupler, RemovalWaitsForTheCallsRunningOnAnyThread) {
     NoneDecoupler decoupler;
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(decoupler.createUserId(), 1U);
-    }
-}
-
-TEST(NoneDecouplerCall, RunsAtOnceOnTheCallingThreadWhateverIdAndPriority) {
-    NoneDecoupler decoupler;
-    std::thread::id ranOn;
-    decoupler.call([&] { ranOn = std::this_thread::get_id(); }, 0xFFFFFFFFU, 255);
-    EXPECT_EQ(ranOn, std::this_thread::get_id());
-}
-
-TEST(NoneDecouplerCall, ExceptionsReachTheCallerAndTheCallStillEnds) {
-    NoneDecoupler decoupler;
+    Notes notes;
+    const auto tid = [] { return std::to_string(gettid()); };
     EXPECT_THROW(decoupler.call([] { throw std::runtime_error("x"); }, 1, 0), std::runtime_error);
-    EXPECT_THROW(decoupler.call(std::function<void()>(), 1, 0), std::bad_function_call);
-    RecordedCompletion completion;
-    decoupler.removeUserCalls(1, completion.callback);
-    EXPECT_EQ(completion.calls, 1);  // nothing counted as running any more
-}
-
-TEST(NoneDecouplerRemoval, WithNothingRunningCallsBackAtOnceOnTheCaller) {
-    NoneDecoupler decoupler;
-    RecordedCompletion completion;
-    decoupler.removeUserCalls(7, completion.callback);
-    EXPECT_EQ(completion.calls, 1);
-    EXPECT_TRUE(completion.flag);
-    EXPECT_EQ(completion.thread, std::this_thread::get_id());
-
-    RecordedCompletion all;
-    decoupler.removeAllCalls(all.callback);
-    EXPECT_EQ(all.calls, 1);
-    decoupler.removeUserCalls(7);
-    decoupler.removeAllCalls();
-}
-
-TEST(NoneDecouplerRemoval, WaitsForARunningCallOfAnyUserAndCallsBackOnItsThread) {
-    NoneDecoupler decoupler;
-    RecordedCompletion completion;
-    BlockedCall running(decoupler);
-    decoupler.removeUserCalls(7, completion.callback);
-    EXPECT_EQ(completion.calls, 0);
-    const std::thread::id runner = running.id();
-    running.join();
-    EXPECT_EQ(completion.calls, 1);
-    EXPECT_TRUE(completion.flag);
-    EXPECT_EQ(completion.thread, runner);
-}
-
-TEST(NoneDecouplerRemoval, ThrowingCallStillCompletesAPendingRemoval) {
-    NoneDecoupler decoupler;
-    RecordedCompletion completion;
-    EXPECT_THROW(decoupler.call(
-                     [&] {
-                         decoupler.removeUserCalls(3, completion.callback);
-                         EXPECT_EQ(completion.calls, 0);
-                         throw std::runtime_error("x");
-                     },
-                     1, 0),
-                 std::runtime_error);
-    EXPECT_EQ(completion.calls, 1);
-}
-
-TEST(NoneDecouplerRemoval, ReleasedCallbackIsSkippedButItsSubscriptionConsumed) {
-    NoneDecoupler decoupler;
-    int calls = 0;
-    {
-        BlockedCall running(decoupler);
-        auto callback = std::make_shared<Callback>([&](bool) { ++calls; });
-        decoupler.removeUserCalls(2, callback);
-        callback.reset();
-    }
-    EXPECT_EQ(calls, 0);
-    RecordedCompletion later;
-    decoupler.removeUserCalls(2, later.callback);
-    EXPECT_EQ(later.calls, 1);
-    EXPECT_EQ(calls, 0);
-}
-
-TEST(NoneDecouplerBlockingRemoval, ReturnsOnlyAfterTheRunningCallHasReturned) {
-    NoneDecoupler decoupler;
-    BlockedCall running(decoupler);
-    std::atomic<bool> removed{false};
-    std::thread remover([&] {
-        decoupler.removeAllCalls();
-        removed = true;
-        EXPECT_TRUE(running.returned());
-    });
-    running.release();
-    remover.join();
-    EXPECT_TRUE(removed);
-}
-
-TEST(NoneDecouplerBlockingRemoval, WaitsForCallsOnEveryThread) {
-    NoneDecoupler decoupler;
-    BlockedCall first(decoupler);
-    BlockedCall second(decoupler);
-    std::atomic<bool> removed{false};
-    std::thread remover([&] {
-        decoupler.removeUserCalls(5);
-        removed = true;
-    });
-    first.join();
-    EXPECT_FALSE(second.returned());
-    EXPECT_FALSE(removed);
-    second.release();
-    remover.join();
-    EXPECT_TRUE(removed);
-    EXPECT_TRUE(second.returned());
-}
-
-// The blocking removal called from inside a call waits for that very call. The decoupler and
-// the thread are left behind on purpose (reachable from statics): the thread never ends, does
-// not hold anything the rest of the program needs, and does not keep the program from exiting.
-TEST(NoneDecouplerBlockingRemoval, CalledFromInsideACallNeverReturns) {
-    static auto* const decoupler = new NoneDecoupler;
-    static auto* const returned = new std::atomic<bool>(false);
-    static auto* const entered = new std::atomic<bool>(false);
-    std::thread([] {
-        decoupler->call(
-            [] {
-                *entered = true;
-                decoupler->removeUserCalls(1);
-                *returned = true;
-            },
-            1, 0);
-    }).detach();
-    ASSERT_TRUE(test::waitUntil([] { return entered->load(); }));
-    EXPECT_FALSE(test::waitUntil([] { return returned->load(); }, std::chrono::milliseconds(300)));
+    support::Latch release(1);
+    Blocking running(
+        [&] { decoupler.call([&] { release.wait(), notes.add("ended on " + tid()); }, 2, 9); });
+    ASSERT_TRUE(running.blocked());
+    const auto removed = std::make_shared<Callback>(
+        [&](bool flag) { notes.add((flag ? "removed on " : "?") + tid()); });
+    decoupler.removeUserCalls(7, removed);
+    decoupler.removeUserCalls(8, std::make_shared<Callback>([&](bool) { notes.add("released"); }));
+    Blocking remover([&] { decoupler.removeAllCalls(), notes.add("returned"); });
+    ASSERT_TRUE(remover.blocked());
+    notes.add("releasing");
+    release.countDown();
+    ASSERT_TRUE(running.finished() && remover.finished());
+    decoupler.removeUserCalls(decoupler.createUserId(), removed);
+    const std::string other = notes.get().size() < 2 ? "" : notes.get()[1].substr(9);
+    EXPECT_EQ(notes.get(), (Strings{"releasing", "ended on " + other, "removed on " + other,
+                                    "returned", "removed on " + tid()}));
+    EXPECT_EQ(decoupler.createUserId(), 1U);
 }
 
 }  // namespace
-}  // namespace bafu
-}  // namespace orv
+}  // namespace orv::bafu
