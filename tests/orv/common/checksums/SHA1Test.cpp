@@ -65,6 +65,7 @@ TEST_P(SHA1EngineTest, MatchesTheReferenceForAnyLengthAndChunking) {
         EXPECT_EQ(digestOf(sha, cut % 29), reference(bytes.substr(0, cut), cut % 29)) << cut;
     }
     EXPECT_EQ(sha.engine(), SHA1::isSupported(GetParam()) ? GetParam() : SHA1::Engine::Portable);
+    EXPECT_EQ(SHA1().engine(), SHA1(SHA1::Engine::ShaExtensions).engine());  // the fastest
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, SHA1EngineTest,
