@@ -1,3 +1,5 @@
+// Thread: its steps on the new thread, the exception that ends it, its OS name, and the
+// start/join/destroy lifecycle.
 #include "orv/common/system/Thread.h"
 
 #include <gtest/gtest.h>
@@ -5,16 +7,12 @@
 
 #include <atomic>
 #include <chrono>
-#include <iostream>
-#include <mutex>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "orv/common/errors/IllegalStateException.h"
-#include "support/Concurrency.h"
+#include "support/CapturedThreadLog.h"
 
 namespace {
 
@@ -22,277 +20,60 @@ using orv::common::errors::IllegalStateException;
 using orv::common::system::Runnable;
 using orv::common::system::Thread;
 
-std::string currentOsName() {
-    char name[64] = {};
-    pthread_getname_np(pthread_self(), name, sizeof name);
-    return name;
-}
-
-class CountingRunnable : public Runnable {
-public:
-    void run() override { runs.fetch_add(1); }
-    std::atomic<int> runs{0};
+// Records its steps and its OS name; throws from the step named `throwIn` (an int from "run?").
+struct Recorder : Thread {
+    explicit Recorder(std::string throwIn)
+        : Thread("a rather long thread name"), throwIn(std::move(throwIn)) {}
+    ~Recorder() override { join(); }
+    void step(const std::string& name) {
+        steps += name + (isCurrentThread() ? " " : " elsewhere ");
+        name == throwIn         ? throw std::runtime_error("failed")
+        : name + "?" == throwIn ? throw 42
+                                : void();
+    }
+    void preExecute() override {
+        pthread_getname_np(pthread_self(), osName.data(), osName.size());
+        step("preExecute");
+    }
+    void run() override { step("run"); }
+    void postExecute() override { step("postExecute"); }
+    const std::string throwIn;
+    std::string steps, osName = std::string(16, '\0');  // written on the thread, read after join()
 };
 
-// Records on which thread, and in which order, the three steps run.
-class RecordingThread : public Thread {
-public:
-    using Thread::Thread;
-    ~RecordingThread() override { join(); }
-
-    std::vector<std::string> steps() {
-        std::lock_guard<std::mutex> guard(m_lock);
-        return m_steps;
-    }
-    std::vector<std::thread::id> threads() {
-        std::lock_guard<std::mutex> guard(m_lock);
-        return m_threads;
-    }
-
-protected:
-    void preExecute() override { record("preExecute"); }
-    void run() override { record("run"); }
-    void postExecute() override { record("postExecute"); }
-
-private:
-    void record(const char* step) {
-        std::lock_guard<std::mutex> guard(m_lock);
-        m_steps.emplace_back(step);
-        m_threads.push_back(std::this_thread::get_id());
-    }
-
-    std::mutex m_lock;
-    std::vector<std::string> m_steps;        // guarded by m_lock
-    std::vector<std::thread::id> m_threads;  // guarded by m_lock
-};
-
-// Reads the thread's own operating-system name as early as it can.
-class NameProbeThread : public Thread {
-public:
-    using Thread::Thread;
-    ~NameProbeThread() override { join(); }
-    std::string seen;  // written on the thread, read after join()
-
-protected:
-    void preExecute() override { seen = currentOsName(); }
-};
-
-// Redirects Thread::getLogWriter() into a string for one scope.
-class CapturedThreadLog {
-public:
-    CapturedThreadLog() { Thread::getLogWriter()->setOutput(m_out); }
-    ~CapturedThreadLog() { Thread::getLogWriter()->setOutput(std::clog); }
-    std::string text() const { return m_out.str(); }
-
-private:
-    std::ostringstream m_out;
-};
-
-TEST(ThreadTest, RunsTheRunnable) {
-    CountingRunnable runnable;
-    Thread thread("runnable", &runnable);
-    thread.start();
-    thread.join();
-    EXPECT_EQ(runnable.runs.load(), 1);
-    EXPECT_FALSE(thread.isRunning());
-}
-
-TEST(ThreadTest, RunsTheStepsInOrderOnTheNewThread) {
-    RecordingThread thread("steps");
-    thread.start();
-    thread.join();
-
-    EXPECT_EQ(thread.steps(), (std::vector<std::string>{"preExecute", "run", "postExecute"}));
-    const std::vector<std::thread::id> ids = thread.threads();
-    ASSERT_EQ(ids.size(), 3U);
-    EXPECT_NE(ids[0], std::this_thread::get_id());
-    EXPECT_EQ(ids[1], ids[0]);
-    EXPECT_EQ(ids[2], ids[0]);
-}
-
-TEST(ThreadTest, OsNameIsTheNameCutToFifteenBytes) {
-    struct Case {
-        std::string name;
-        std::string osName;
-    };
-    const Case cases[] = {
-        {"worker", "worker"},
-        {"BafuWatchGuard", "BafuWatchGuard"},
-        {"fifteen-chars-x", "fifteen-chars-x"},
-        {"sixteen-chars-xy", "sixteen-chars-x"},
-        {"a rather long thread name", "a rather long t"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        // Several starts, because the name must already be in place when the thread begins.
-        for (int attempt = 0; attempt < 20; ++attempt) {
-            NameProbeThread thread(c.name);
-            thread.start();
-            thread.join();
-            ASSERT_EQ(thread.seen, c.osName) << "attempt " << attempt;
-        }
-    }
-}
-
-TEST(ThreadTest, IsCurrentThreadOnlyOnItsOwnThread) {
-    class Probe : public Thread {
-    public:
-        Probe() : Thread("current") {}
-        ~Probe() override { join(); }
-        std::atomic<bool> insideSaysCurrent{false};
-
-    protected:
-        void run() override { insideSaysCurrent.store(isCurrentThread()); }
-    };
-    Probe thread;
-    EXPECT_FALSE(thread.isCurrentThread());
-    thread.start();
-    thread.join();
-    EXPECT_TRUE(thread.insideSaysCurrent.load());
-    EXPECT_FALSE(thread.isCurrentThread());
-}
-
-TEST(ThreadTest, ExceptionFromRunIsLoggedAndTheProcessGoesOn) {
-    class Throwing : public Runnable {
-    public:
-        void run() override { throw std::runtime_error("disk on fire"); }
-    };
-    class ThrowingUnknown : public Runnable {
-    public:
-        void run() override { throw 42; }
-    };
-    CapturedThreadLog log;
-    Throwing throwing;
-    ThrowingUnknown throwingUnknown;
-    {
-        Thread thread("thrower", &throwing);
+TEST(ThreadTest, RunsItsStepsOnItsOwnThreadAndLogsTheExceptionThatEndsIt) {
+    const std::string cases[][3] = {
+        // the step that throws, the steps taken, the log line
+        {"", "preExecute run postExecute ", ""},
+        {"preExecute", "preExecute ", "preExecute() threw: failed"},
+        {"run?", "preExecute run ", "run() threw: an exception of unknown type"},
+        {"postExecute", "preExecute run postExecute ", "postExecute() threw: failed"}};
+    for (const auto& [throwIn, steps, logged] : cases) {
+        support::CapturedThreadLog log;
+        Recorder thread(throwIn);
         thread.start();
         thread.join();
-        EXPECT_FALSE(thread.isRunning());
+        EXPECT_EQ(thread.steps, steps);
+        EXPECT_STREQ(thread.osName.c_str(), "a rather long t") << "cut to 15 bytes, set first";
+        const std::string prefix = "orv.thread: Thread \"a rather long thread name\" ended: ";
+        EXPECT_EQ(log.text(), logged.empty() ? "" : prefix + logged + "\n");
     }
+}
+
+TEST(ThreadTest, StartsOnceUntilJoinedAndTheDestructorJoins) {
+    struct : Runnable {
+        void run() override { std::this_thread::sleep_for(std::chrono::milliseconds(20)), ++runs; }
+        std::atomic<int> runs{0};
+    } body;
     {
-        Thread thread("odd-thrower", &throwingUnknown);
+        Thread thread("lifecycle", &body);
+        thread.join();  // never started: nothing to wait for
         thread.start();
+        EXPECT_THROW(thread.start(), IllegalStateException);  // running or ended, not joined
         thread.join();
+        thread.start();  // again; a destructor that does not wait would end before this run
     }
-    const std::string text = log.text();
-    EXPECT_NE(text.find("disk on fire"), std::string::npos) << text;
-    EXPECT_NE(text.find("thrower"), std::string::npos) << text;
-    EXPECT_NE(text.find("odd-thrower"), std::string::npos) << text;
-
-    // The library and its threads still work.
-    CountingRunnable runnable;
-    Thread after("after", &runnable);
-    after.start();
-    after.join();
-    EXPECT_EQ(runnable.runs.load(), 1);
-}
-
-TEST(ThreadTest, ExceptionFromPreExecuteSkipsRunAndIsLogged) {
-    class FailingSetup : public Thread {
-    public:
-        FailingSetup() : Thread("bad-setup") {}
-        ~FailingSetup() override { join(); }
-        std::atomic<bool> ran{false};
-
-    protected:
-        void preExecute() override { throw IllegalStateException("no config"); }
-        void run() override { ran.store(true); }
-    };
-    CapturedThreadLog log;
-    FailingSetup thread;
-    thread.start();
-    thread.join();
-    EXPECT_FALSE(thread.ran.load());
-    EXPECT_NE(log.text().find("no config"), std::string::npos) << log.text();
-}
-
-TEST(ThreadTest, StartWhileStartedThrows) {
-    support::Latch release(1);
-    class Blocking : public Runnable {
-    public:
-        explicit Blocking(support::Latch& release) : m_release(release) {}
-        void run() override { m_release.wait(); }
-
-    private:
-        support::Latch& m_release;
-    } blocking(release);
-
-    Thread thread("twice", &blocking);
-    thread.start();
-    EXPECT_TRUE(thread.isRunning());
-    EXPECT_THROW(thread.start(), IllegalStateException);
-    release.countDown();
-    thread.join();
-
-    // A thread that has ended but was not joined is still started.
-    Thread ended("ended", &blocking);
-    ended.start();
-    ASSERT_TRUE(support::waitUntil([&] { return !ended.isRunning(); }));
-    EXPECT_THROW(ended.start(), IllegalStateException);
-    ended.join();
-}
-
-TEST(ThreadTest, StartsAgainAfterJoin) {
-    CountingRunnable runnable;
-    Thread thread("again", &runnable);
-    for (int round = 1; round <= 3; ++round) {
-        thread.start();
-        thread.join();
-        EXPECT_EQ(runnable.runs.load(), round);
-    }
-}
-
-TEST(ThreadTest, JoinWithoutStartAndRepeatedJoinAreHarmless) {
-    Thread never("never");
-    never.join();
-    never.join();
-    EXPECT_FALSE(never.isRunning());
-
-    Thread once("once");
-    once.start();
-    once.join();
-    once.join();
-}
-
-TEST(ThreadTest, JoinOnItsOwnThreadThrows) {
-    class SelfJoin : public Thread {
-    public:
-        SelfJoin() : Thread("self-join") {}
-        ~SelfJoin() override { join(); }
-        std::atomic<bool> threw{false};
-
-    protected:
-        void run() override {
-            try {
-                join();
-            } catch (const IllegalStateException&) {
-                threw.store(true);
-            }
-        }
-    };
-    SelfJoin thread;
-    thread.start();
-    ASSERT_TRUE(support::waitUntil([&] { return !thread.isRunning(); }));
-    thread.join();
-    EXPECT_TRUE(thread.threw.load());
-}
-
-TEST(ThreadTest, DestructorJoins) {
-    class Slow : public Runnable {
-    public:
-        void run() override {
-            // Long enough for a destructor that does not wait to finish first.
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-            finished.store(true);
-        }
-        std::atomic<bool> finished{false};
-    } slow;
-    {
-        Thread thread("slow", &slow);
-        thread.start();
-    }
-    EXPECT_TRUE(slow.finished.load());
+    EXPECT_EQ(body.runs.load(), 2);
 }
 
 }  // namespace
