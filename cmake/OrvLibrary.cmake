@@ -16,22 +16,27 @@ function(orv_add_library target output_name alias source_root)
     "$<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}>"
     "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic)
+  if(ORV_ABI_CHECK)
+    # abidw sees class layouts only through debug information; packages are stripped anyway.
+    target_compile_options(${target} PRIVATE -g)
+  endif()
   target_link_libraries(${target} PUBLIC Threads::Threads ${ARG_DEPENDS})
   set_target_properties(${target} PROPERTIES
     OUTPUT_NAME ${output_name}
     EXPORT_NAME ${alias}
     VERSION ${PROJECT_VERSION}
-    SOVERSION ${PROJECT_VERSION_MAJOR}
-    INSTALL_RPATH "$ORIGIN")
+    SOVERSION ${PROJECT_VERSION_MAJOR})
   foreach(header IN LISTS headers)
     file(RELATIVE_PATH rel "${CMAKE_CURRENT_SOURCE_DIR}" "${header}")
     get_filename_component(dir "${rel}" DIRECTORY)
-    install(FILES "${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/${dir}")
+    install(FILES "${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/${dir}"
+      COMPONENT development)
   endforeach()
+  # The .so.1 files go to the runtime package, the .so link to the development package.
   install(TARGETS ${target} EXPORT orvTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
-    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
   set(pc_requires "")
   foreach(dependency IN LISTS ARG_DEPENDS)
     get_target_property(dependency_name ${dependency} OUTPUT_NAME)
@@ -42,5 +47,5 @@ function(orv_add_library target output_name alias source_root)
   configure_file("${PROJECT_SOURCE_DIR}/cmake/orv.pc.in"
     "${PROJECT_BINARY_DIR}/pkgconfig/${output_name}.pc" @ONLY)
   install(FILES "${PROJECT_BINARY_DIR}/pkgconfig/${output_name}.pc"
-    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+    DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 endfunction()

@@ -1,5 +1,6 @@
-# Installs the build tree into a scratch prefix, then builds and runs an outside consumer
-# twice: once through find_package(orv CONFIG REQUIRED), once through pkg-config.
+# Installs the build tree into a scratch prefix (or takes the tree at PREFIX), then builds and
+# runs an outside consumer twice: once through find_package(orv CONFIG REQUIRED), once through
+# pkg-config.
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
@@ -10,10 +11,19 @@ function(run)
   set(last_output "${output}" PARENT_SCOPE)
 endfunction()
 
-set(prefix "${WORK_DIR}/prefix")
-file(REMOVE_RECURSE "${WORK_DIR}")
-run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
+# Without PREFIX, the build tree is installed into a scratch prefix first.
+if(DEFINED PREFIX)
+  set(prefix "${PREFIX}")
+else()
+  set(prefix "${WORK_DIR}/prefix")
+  file(REMOVE_RECURSE "${WORK_DIR}")
+  run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
+endif()
 
+# The installed libraries carry no RPATH: the loader finds them through LD_LIBRARY_PATH.
+file(GLOB lib_dirs "${prefix}/lib*" "${prefix}/lib/*")
+list(JOIN lib_dirs ":" library_path)
+set(ENV{LD_LIBRARY_PATH} "${library_path}")
 run(${CMAKE_COMMAND} -S "${CONSUMER_DIR}" -B "${WORK_DIR}/cmake-build" -G Ninja
   "-DCMAKE_PREFIX_PATH=${prefix}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" -DCMAKE_BUILD_TYPE=Release)
 run(${CMAKE_COMMAND} --build "${WORK_DIR}/cmake-build")
@@ -29,9 +39,6 @@ string(STRIP "${last_output}" pc_flags)
 separate_arguments(pc_flags UNIX_COMMAND "${pc_flags}")
 separate_arguments(cxx_flags UNIX_COMMAND "${CXX_FLAGS}")
 run(${CXX} -std=c++17 ${cxx_flags} "${CONSUMER_DIR}/main.cpp" -o "${WORK_DIR}/pc-consumer" ${pc_flags})
-file(GLOB lib_dirs "${prefix}/lib*" "${prefix}/lib/*")
-list(JOIN lib_dirs ":" library_path)
-set(ENV{LD_LIBRARY_PATH} "${library_path}")
 run("${WORK_DIR}/pc-consumer")
 if(NOT last_output MATCHES "consumer ok")
   message(FATAL_ERROR "Unexpected pkg-config consumer output: ${last_output}")
