@@ -10,7 +10,9 @@ file(COPY_FILE "${PROJECT_SOURCE_DIR}/CHANGELOG.md" "${PROJECT_BINARY_DIR}/packa
   ONLY_IF_DIFFERENT)
 file(ARCHIVE_CREATE OUTPUT "${ORV_CHANGELOG_GZ}" PATHS "${PROJECT_BINARY_DIR}/packaging/changelog"
   FORMAT raw COMPRESSION GZip COMPRESSION_LEVEL 9)
-foreach(component package IN ITEMS runtime liborv1 development liborv-dev)
+set(ORV_COMPONENTS runtime development)
+set(ORV_COMPONENT_PACKAGES liborv1 liborv-dev)
+foreach(component package IN ZIP_LISTS ORV_COMPONENTS ORV_COMPONENT_PACKAGES)
   install(FILES ${ORV_DOC_FILES} "${ORV_CHANGELOG_GZ}"
     DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/doc/${package}" COMPONENT ${component})
 endforeach()
