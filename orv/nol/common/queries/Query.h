@@ -27,8 +27,10 @@ namespace queries {
 //
 // Parsing is tolerant and adds to the present state (nothing is reset first, except the sort
 // list): malformed pieces are skipped or read as numbers, and nothing is thrown apart from
-// allocation failure. A parsed query is a plain value: no lock is held, operations on distinct
-// objects may run concurrently, a shared object needs its users to serialise.
+// allocation failure. The Parse* members read text that the query itself holds
+// (`q.ParseFromQueryString(q.filterText)`) as a copy of it. A parsed query is a plain value: no
+// lock is held, operations on distinct objects may run concurrently, a shared object needs its
+// users to serialise.
 // NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): the member order is the interface.
 class ORV_NOL_API Query {
 public:

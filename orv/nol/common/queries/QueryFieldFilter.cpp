@@ -85,6 +85,9 @@ void detail::readFieldFilter(Query& query, std::string_view value) {
 }
 
 void Query::ParseFieldFilterQuery(const std::string& value) {
+    if (detail::ownsText(*this, value)) {
+        return ParseFieldFilterQuery(std::string(value));
+    }
     detail::readFieldFilter(*this, value);
 }
 

@@ -140,7 +140,21 @@ std::map<std::string, std::string> Query::stringToMap(const std::string& query) 
     return pairs;
 }
 
+bool detail::ownsText(const Query& query, const std::string& text) {
+    const auto is = [&text](const std::string& owned) { return &owned == &text; };
+    return is(query.filterText) || is(query.offsetId) ||
+           std::any_of(query.fieldValueList.begin(), query.fieldValueList.end(),
+                       [&](const auto& entry) { return is(entry.first) || is(entry.second); }) ||
+           std::any_of(query.fieldList.begin(), query.fieldList.end(),
+                       [&](const FilterField_t& field) { return is(field.name); }) ||
+           std::any_of(query.sortedFieldList.begin(), query.sortedFieldList.end(), is) ||
+           std::any_of(query.expandedFieldList.begin(), query.expandedFieldList.end(), is);
+}
+
 bool Query::ParseFromQueryString(const std::string& query) {
+    if (detail::ownsText(*this, query)) {
+        return ParseFromQueryString(std::string(query));
+    }
     // The same as ParseFromQueryMap(stringToMap(query)): the last pair of each key, applied in
     // key order. The pairs are read as views, so nothing is copied into a map first.
     const std::vector<Piece> pieces = lastPairPerKeyInKeyOrder(query);
@@ -164,10 +178,16 @@ bool Query::ParseFromQueryMap(const std::map<std::string, std::string>& queryMap
 }
 
 void Query::ParseSortQuery(const std::string& value) {
+    if (detail::ownsText(*this, value)) {
+        return ParseSortQuery(std::string(value));
+    }
     detail::readSort(*this, value);
 }
 
 void Query::ParseExpandQuery(const std::string& value) {
+    if (detail::ownsText(*this, value)) {
+        return ParseExpandQuery(std::string(value));
+    }
     detail::readExpand(*this, value);
 }
 

@@ -10,6 +10,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/QueryRoundTrip.h"
@@ -101,6 +102,45 @@ TEST(QueryTest, ParsesAddToThePresentState) {
     query.ParseFieldFilterQuery("g($limit:1)");
     query.ParseSortQuery("t,u");  // replaces the tokens
     EXPECT_EQ(state(query), "F{a=3,b=2}L{f,g(-:1)}S{t,u}E1/0{a,b}P{x,7,5}");
+}
+
+// A Parse* member given text that one of the query's own strings holds reads it as it stood at
+// the call, as it reads a copy; the parse may overwrite, move or free that string meanwhile.
+TEST(QueryTest, ParsesTextHeldByTheQueryItselfAsACopy) {
+    using Place = std::function<const std::string&(Query&, const std::string&)>;
+    using Parse = std::function<void(Query&, const std::string&)>;
+    const Parse text = [](Query& q, const std::string& t) { q.ParseFromQueryString(t); };
+    const Parse fields = [](Query& q, const std::string& t) { q.ParseFieldFilterQuery(t); };
+    const Parse sort = [](Query& q, const std::string& t) { q.ParseSortQuery(t); };
+    const Parse expand = [](Query& q, const std::string& t) { q.ParseExpandQuery(t); };
+    const std::string heap(40, 'x');  // too long to be held inside the string object
+    // clang-format off
+    const std::tuple<const char*, Place, Parse, std::string> cases[] = {
+        {"filterText", [](Query& q, const std::string& t) -> const std::string& { return q.filterText = t; },
+         text, "zz=1&$q=" + heap},
+        {"offsetId", [](Query& q, const std::string& t) -> const std::string& { return q.offsetId = t; },
+         text, "zz=1&$offset=" + heap},
+        {"fieldValueList", [](Query& q, const std::string& t) -> const std::string& { return q.fieldValueList["k"] = t; },
+         text, "zz=1&k=" + heap},
+        {"fieldList", [](Query& q, const std::string& t) -> const std::string& { return q.fieldList[0].name = t; },
+         fields, "a,b($limit:2),c"},
+        {"fieldList", [](Query& q, const std::string& t) -> const std::string& { return q.fieldList[0].name = t; },
+         text, "$fields=a,b,cd"},
+        {"sortedFieldList", [](Query& q, const std::string& t) -> const std::string& { return q.sortedFieldList[0] = t; },
+         sort, "a,b," + heap},
+        {"sortedFieldList", [](Query& q, const std::string& t) -> const std::string& { return q.sortedFieldList[0] = t; },
+         text, "$sortby=a,b," + heap},
+        {"expandedFieldList", [](Query& q, const std::string& t) -> const std::string& { return *q.expandedFieldList.insert(t).first; },
+         expand, "a,2," + heap}};
+    // clang-format on
+    for (const auto& [field, place, parse, input] : cases) {
+        Query query = parsed("$fields=f&$sortby=s&$expand=e&k=v");
+        const std::string& own = place(query, input);
+        Query expected = query;
+        parse(expected, input);
+        parse(query, own);
+        EXPECT_EQ(state(query), state(expected)) << field << ": " << input;
+    }
 }
 
 // The printed text joins the map in key order without escaping keys; values whose coded flag is
