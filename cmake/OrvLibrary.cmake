@@ -2,13 +2,23 @@
 #
 # Builds one shared library from every source below <source-root>, with a SONAME version,
 # hidden symbols by default (the API is exported with the library's *_API macro) and the
-# headers installed beside their include path.
+# headers installed beside their include path: the public ones, and of the internal ones in
+# detail/ folders only those that a public header includes.
 function(orv_add_library target output_name alias source_root)
   cmake_parse_arguments(ARG "" "" "DEPENDS" ${ARGN})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${source_root}/*.cpp")
   file(GLOB_RECURSE headers CONFIGURE_DEPENDS "${source_root}/*.h")
   list(FILTER headers EXCLUDE REGEX "/detail/")
   add_library(${target} SHARED ${sources} ${headers})
+  set(installed ${headers})
+  foreach(header IN LISTS headers)
+    file(STRINGS "${header}" includes REGEX "^#include \"[^\"]*/detail/[^\"]*\"")
+    foreach(line IN LISTS includes)
+      string(REGEX REPLACE "^#include \"([^\"]*)\".*$" "\\1" included "${line}")
+      list(APPEND installed "${CMAKE_CURRENT_SOURCE_DIR}/${included}")
+    endforeach()
+  endforeach()
+  list(REMOVE_DUPLICATES installed)
   add_library(orv::${alias} ALIAS ${target})
   string(TOUPPER "${target}" upper)
   target_compile_definitions(${target} PRIVATE ${upper}_BUILDING=1)
@@ -26,7 +36,7 @@ function(orv_add_library target output_name alias source_root)
     EXPORT_NAME ${alias}
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR})
-  foreach(header IN LISTS headers)
+  foreach(header IN LISTS installed)
     file(RELATIVE_PATH rel "${CMAKE_CURRENT_SOURCE_DIR}" "${header}")
     get_filename_component(dir "${rel}" DIRECTORY)
     install(FILES "${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/${dir}"

@@ -1,6 +1,8 @@
-# Installs the build tree into a scratch prefix (or takes the tree at PREFIX), then builds and
-# runs an outside consumer twice: once through find_package(orv CONFIG REQUIRED), once through
-# pkg-config.
+# Installs the build tree into a scratch prefix (or takes the tree at PREFIX), checks that the
+# installed headers are exactly the public ones of PUBLIC_HEADERS plus the detail/ headers these
+# include, then builds and runs an outside consumer twice: once through
+# find_package(orv CONFIG REQUIRED), compiling every public header on its own beside it, once
+# through pkg-config.
 cmake_minimum_required(VERSION 3.25)
 
 function(run)
@@ -20,12 +22,36 @@ else()
   run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
 endif()
 
+# Installed headers: every public one, and besides them only the detail/ headers they include.
+file(STRINGS "${PUBLIC_HEADERS}" public REGEX "^[^#]")
+file(GLOB_RECURSE installed RELATIVE "${prefix}/include" "${prefix}/include/*")
+set(allowed ${public})
+set(checks_dir "${WORK_DIR}/header-checks")
+file(REMOVE_RECURSE "${checks_dir}")
+foreach(header IN LISTS public)
+  if(NOT header IN_LIST installed)
+    message(FATAL_ERROR "Public header not installed: ${header}")
+  endif()
+  file(STRINGS "${prefix}/include/${header}" includes REGEX "^#include \"[^\"]*/detail/")
+  foreach(line IN LISTS includes)
+    string(REGEX REPLACE "^#include \"([^\"]*)\".*$" "\\1" included "${line}")
+    list(APPEND allowed "${included}")
+  endforeach()
+  string(MAKE_C_IDENTIFIER "${header}" check)
+  file(WRITE "${checks_dir}/${check}.cpp" "#include <${header}>\n")
+endforeach()
+list(REMOVE_ITEM installed ${allowed})
+if(installed)
+  message(FATAL_ERROR "Installed headers that are neither public nor included by one: ${installed}")
+endif()
+
 # The installed libraries carry no RPATH: the loader finds them through LD_LIBRARY_PATH.
 file(GLOB lib_dirs "${prefix}/lib*" "${prefix}/lib/*")
 list(JOIN lib_dirs ":" library_path)
 set(ENV{LD_LIBRARY_PATH} "${library_path}")
 run(${CMAKE_COMMAND} -S "${CONSUMER_DIR}" -B "${WORK_DIR}/cmake-build" -G Ninja
-  "-DCMAKE_PREFIX_PATH=${prefix}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" -DCMAKE_BUILD_TYPE=Release)
+  "-DCMAKE_PREFIX_PATH=${prefix}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" -DCMAKE_BUILD_TYPE=Release
+  "-DHEADER_CHECKS_DIR=${checks_dir}")
 run(${CMAKE_COMMAND} --build "${WORK_DIR}/cmake-build")
 run("${WORK_DIR}/cmake-build/consumer")
 if(NOT last_output MATCHES "consumer ok")

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "orv/bafu/ComponentDecoupler.h"
 #include "orv/bafu/IDecoupler.h"
 #include "orv/bafu/ModuleStateHandler.h"
+#include "orv/bafu/detail/ComponentDecoupler.h"
 #include "orv/bafu/terminal/IInput.h"
 #include "orv/bafu/terminal/ISetup.h"
 #include "orv/common/system/Mutex.h"

@@ -5,9 +5,9 @@
 #include <string>
 #include <unordered_map>
 
-#include "orv/bafu/ComponentDecoupler.h"
 #include "orv/bafu/IDecoupler.h"
 #include "orv/bafu/ModuleStateHandler.h"
+#include "orv/bafu/detail/ComponentDecoupler.h"
 #include "orv/bafu/timer/Element.h"
 #include "orv/bafu/timer/IManager.h"
 #include "orv/bafu/timer/ISetup.h"

@@ -1,4 +1,4 @@
-#include "orv/bafu/ComponentDecoupler.h"
+#include "orv/bafu/detail/ComponentDecoupler.h"
 
 #include "orv/bafu/NoneDecoupler.h"
 

@@ -1,5 +1,9 @@
 #pragma once
 
+// Internal: not part of the interface. Installed only because timer::Manager and
+// terminal::Input hold a ComponentDecoupler member; client code never names it. It keeps the
+// namespace orv::bafu (not detail) so that its exported symbols stay those of the 1.0 interface.
+
 #include <memory>
 
 #include "orv/bafu/IDecoupler.h"
