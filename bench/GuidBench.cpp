@@ -27,12 +27,12 @@ namespace {
 using orv::common::guid::GUID;
 using orv::nol::common::Utils;
 
-constexpr std::size_t InputCount = 1024;
+constexpr std::size_t kInputCount = 1024;
 
 std::vector<GUID> randomGuids() {
     std::mt19937 random(7);
     std::vector<GUID> guids;
-    for (std::size_t i = 0; i < InputCount; ++i) {
+    for (std::size_t i = 0; i < kInputCount; ++i) {
         std::array<std::uint8_t, GUID::Size> bytes{};
         for (auto& byte : bytes) {
             byte = static_cast<std::uint8_t>(random());
@@ -53,7 +53,7 @@ std::vector<std::string> randomTexts() {
 std::vector<std::string> randomNames() {
     std::mt19937 random(11);
     std::vector<std::string> names;
-    for (std::size_t i = 0; i < InputCount; ++i) {
+    for (std::size_t i = 0; i < kInputCount; ++i) {
         std::string name(32, '\0');
         for (auto& c : name) {
             c = static_cast<char>('a' + random() % 26);
@@ -67,7 +67,7 @@ void BM_Parse_OrvGetGuidOfStr(benchmark::State& state) {
     const auto texts = randomTexts();
     std::size_t i = 0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(Utils::getGuidOfStr(texts[i++ % InputCount]));
+        benchmark::DoNotOptimize(Utils::getGuidOfStr(texts[i++ % kInputCount]));
     }
 }
 
@@ -76,7 +76,7 @@ void BM_Parse_BoostStringGenerator(benchmark::State& state) {
     const boost::uuids::string_generator generate;
     std::size_t i = 0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(generate(texts[i++ % InputCount]));
+        benchmark::DoNotOptimize(generate(texts[i++ % kInputCount]));
     }
 }
 
@@ -85,7 +85,7 @@ void BM_Parse_LibuuidParse(benchmark::State& state) {
     uuid_t id;
     std::size_t i = 0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(uuid_parse(texts[i++ % InputCount].c_str(), id));
+        benchmark::DoNotOptimize(uuid_parse(texts[i++ % kInputCount].c_str(), id));
         benchmark::DoNotOptimize(id);
     }
 }
@@ -94,19 +94,19 @@ void BM_String_OrvToString(benchmark::State& state) {
     const auto guids = randomGuids();
     std::size_t i = 0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(guids[i++ % InputCount].toString());
+        benchmark::DoNotOptimize(guids[i++ % kInputCount].toString());
     }
 }
 
 void BM_String_BoostToString(benchmark::State& state) {
-    std::vector<boost::uuids::uuid> ids(InputCount);
+    std::vector<boost::uuids::uuid> ids(kInputCount);
     const auto guids = randomGuids();
-    for (std::size_t k = 0; k < InputCount; ++k) {
+    for (std::size_t k = 0; k < kInputCount; ++k) {
         std::copy(guids[k].bytes().begin(), guids[k].bytes().end(), ids[k].begin());
     }
     std::size_t i = 0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(boost::uuids::to_string(ids[i++ % InputCount]));
+        benchmark::DoNotOptimize(boost::uuids::to_string(ids[i++ % kInputCount]));
     }
 }
 
@@ -115,21 +115,21 @@ void BM_Chars_OrvToChars(benchmark::State& state) {
     char text[GUID::TextLength + 1] = {};
     std::size_t i = 0;
     for (auto _ : state) {
-        guids[i++ % InputCount].toChars(text);
+        guids[i++ % kInputCount].toChars(text);
         benchmark::DoNotOptimize(text);
     }
 }
 
 void BM_Chars_LibuuidUnparseLower(benchmark::State& state) {
-    std::vector<std::array<unsigned char, 16>> ids(InputCount);
+    std::vector<std::array<unsigned char, 16>> ids(kInputCount);
     const auto guids = randomGuids();
-    for (std::size_t k = 0; k < InputCount; ++k) {
+    for (std::size_t k = 0; k < kInputCount; ++k) {
         std::copy(guids[k].bytes().begin(), guids[k].bytes().end(), ids[k].begin());
     }
     char text[37];
     std::size_t i = 0;
     for (auto _ : state) {
-        uuid_unparse_lower(ids[i++ % InputCount].data(), text);
+        uuid_unparse_lower(ids[i++ % kInputCount].data(), text);
         benchmark::DoNotOptimize(text);
     }
 }
@@ -138,7 +138,7 @@ void BM_Hashed_OrvCreateHashedGuid(benchmark::State& state) {
     const auto names = randomNames();
     std::size_t i = 0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(Utils::createHashedGuid(names[i++ % InputCount]));
+        benchmark::DoNotOptimize(Utils::createHashedGuid(names[i++ % kInputCount]));
     }
 }
 
@@ -147,7 +147,7 @@ void BM_Hashed_BoostNameGeneratorSha1(benchmark::State& state) {
     const boost::uuids::name_generator_sha1 generate(boost::uuids::ns::url());
     std::size_t i = 0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(generate(names[i++ % InputCount]));
+        benchmark::DoNotOptimize(generate(names[i++ % kInputCount]));
     }
 }
 

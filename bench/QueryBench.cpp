@@ -17,12 +17,12 @@ namespace {
 
 using orv::nol::common::queries::Query;
 
-constexpr std::string_view TypicalQuery =
+constexpr std::string_view kTypicalQuery =
     "$fields=name,items($offset:10,$limit:5),owner&$sortby=name,-date&$expand=2&$offset=20&"
     "$limit=10&$q=rock%20music&genre=rock&year=1999";
 
 void BM_Orv_ParseFromQueryString(benchmark::State& state) {
-    const std::string text(TypicalQuery);
+    const std::string text(kTypicalQuery);
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         Query query;
         benchmark::DoNotOptimize(query.ParseFromQueryString(text));
@@ -32,7 +32,7 @@ void BM_Orv_ParseFromQueryString(benchmark::State& state) {
 
 void BM_Orv_GetString(benchmark::State& state) {
     Query query;
-    query.ParseFromQueryString(std::string(TypicalQuery));
+    query.ParseFromQueryString(std::string(kTypicalQuery));
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         benchmark::DoNotOptimize(query.getString());
     }
@@ -43,7 +43,7 @@ void BM_BoostUrl_ParseQueryToMap(benchmark::State& state) {
     options.space_as_plus = true;
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         std::map<std::string, std::string> decoded;
-        for (const auto param : boost::urls::parse_query(TypicalQuery).value()) {
+        for (const auto param : boost::urls::parse_query(kTypicalQuery).value()) {
             decoded.insert_or_assign(param.key.decode(options), param.value.decode(options));
         }
         benchmark::DoNotOptimize(decoded);

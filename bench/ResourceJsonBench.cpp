@@ -33,9 +33,9 @@ namespace {
 namespace pdata = orv::dataformats::data;
 using orv::nol::common::Utils;
 
-constexpr int ElementCount = 10000;
-constexpr char Host[] = "192.168.100.20";
-constexpr char Port[] = ":8080";
+constexpr int kElementCount = 10000;
+constexpr char kHost[] = "192.168.100.20";
+constexpr char kPort[] = ":8080";
 
 class Device : public orv::nol::common::tlib::Element {
 public:
@@ -62,7 +62,7 @@ Fields fieldsOf(int i) {
             device.id.value().toString(),
             (i * 37) % 1000 - 500,
             device.name.value(),
-            Port + uri,
+            kPort + uri,
             uri};
 }
 
@@ -70,8 +70,8 @@ std::unique_ptr<pdata::Object> makeTree() {
     auto root = std::make_unique<pdata::Object>();
     auto* items = new pdata::Array();
     root->setNew("items", items);
-    root->setNew("count", new pdata::Integer(ElementCount));
-    for (int i = 0; i < ElementCount; ++i) {
+    root->setNew("count", new pdata::Integer(kElementCount));
+    for (int i = 0; i < kElementCount; ++i) {
         const Fields f = fieldsOf(i);
         auto* item = new pdata::Object();
         item->setNew("active", new pdata::Boolean(f.active));
@@ -88,9 +88,9 @@ std::unique_ptr<pdata::Object> makeTree() {
 std::unique_ptr<rapidjson::Document> makeDocument() {
     auto document = std::make_unique<rapidjson::Document>();
     auto& allocator = document->GetAllocator();
-    const std::string prefix = std::string("http://") + Host;
+    const std::string prefix = std::string("http://") + kHost;
     rapidjson::Value items(rapidjson::kArrayType);
-    for (int i = 0; i < ElementCount; ++i) {
+    for (int i = 0; i < kElementCount; ++i) {
         const Fields f = fieldsOf(i);
         const std::string self = prefix + f.link;
         rapidjson::Value item(rapidjson::kObjectType);
@@ -103,7 +103,7 @@ std::unique_ptr<rapidjson::Document> makeDocument() {
         items.PushBack(item, allocator);
     }
     document->SetObject();
-    document->AddMember("count", ElementCount, allocator);
+    document->AddMember("count", kElementCount, allocator);
     document->AddMember("items", items, allocator);
     return document;
 }
@@ -126,7 +126,7 @@ std::string rapidJsonOf(const rapidjson::Document& document) {
 void BM_OrvJsonOfDataValue(benchmark::State& state) {
     const auto tree = makeTree();
     for (auto _ : state) {
-        benchmark::DoNotOptimize(Utils::jsonOfDataValue(*tree, Host));
+        benchmark::DoNotOptimize(Utils::jsonOfDataValue(*tree, kHost));
     }
 }
 
@@ -153,7 +153,7 @@ void writeIntoReusedString(benchmark::State& state, MakeWriter makeWriter) {
 
 void BM_Completion_OrvWriter(benchmark::State& state) {
     writeIntoReusedString(state, [](orv::dataformats::DataConsumer& consumer) {
-        return std::make_unique<orv::nol::common::json::Writer>(consumer, Host);
+        return std::make_unique<orv::nol::common::json::Writer>(consumer, kHost);
     });
 }
 
@@ -166,7 +166,7 @@ void BM_Completion_PlatformWriter(benchmark::State& state) {
 void BM_RapidJsonWriter(benchmark::State& state) {
     const auto tree = makeTree();
     const auto document = makeDocument();
-    if (rapidJsonOf(*document) != Utils::jsonOfDataValue(*tree, Host)) {
+    if (rapidJsonOf(*document) != Utils::jsonOfDataValue(*tree, kHost)) {
         state.SkipWithError("the documents differ");
         return;
     }

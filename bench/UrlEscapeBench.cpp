@@ -16,12 +16,12 @@
 
 namespace {
 
-constexpr std::size_t InputSize = 1024;
+constexpr std::size_t kInputSize = 1024;
 
 enum class Input { Mixed, Letters };
 
 std::string makeInput(Input kind) {
-    std::string data(InputSize, '\0');
+    std::string data(kInputSize, '\0');
     std::uint32_t x = 12345;
     for (auto& c : data) {
         x = x * 1103515245U + 12345U;
@@ -41,7 +41,7 @@ std::string boostDecode(const std::string& encoded) {
 
 void setBytes(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) *
-                            static_cast<std::int64_t>(InputSize));
+                            static_cast<std::int64_t>(kInputSize));
 }
 
 void BM_Orv_Escape(benchmark::State& state, Input kind) {

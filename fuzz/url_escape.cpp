@@ -47,7 +47,7 @@ std::string describe(const Outcome& outcome) {
 }
 
 std::string literalEscape(const std::string& text) {
-    constexpr char digits[] = "0123456789abcdef";
+    constexpr char kDigits[] = "0123456789abcdef";
     std::string escaped;
     for (const char c : text) {
         const auto value = static_cast<unsigned char>(c);
@@ -56,8 +56,8 @@ std::string literalEscape(const std::string& text) {
             escaped += c;
         } else {
             escaped += '%';
-            escaped += value < 16 ? ' ' : digits[value >> 4U];
-            escaped += digits[value & 0xFU];
+            escaped += value < 16 ? ' ' : kDigits[value >> 4U];
+            escaped += kDigits[value & 0xFU];
         }
     }
     return escaped;

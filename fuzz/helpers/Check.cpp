@@ -8,7 +8,7 @@ namespace fuzz {
 
 namespace {
 
-constexpr std::size_t MaxPrintedBytes = 4000;
+constexpr std::size_t kMaxPrintedBytes = 4000;
 
 }  // namespace
 
@@ -20,18 +20,18 @@ void failProperty(std::string_view property, const std::string& evidence) {
 }
 
 std::string printable(std::string_view bytes) {
-    constexpr char digits[] = "0123456789abcdef";
+    constexpr char kDigits[] = "0123456789abcdef";
     std::string text = "\"";
     for (std::size_t i = 0; i < bytes.size(); ++i) {
-        if (i == MaxPrintedBytes) {
+        if (i == kMaxPrintedBytes) {
             text += "...";
             break;
         }
         const auto c = static_cast<unsigned char>(bytes[i]);
         if (c < 0x20 || c >= 0x7f || c == '\\' || c == '"') {
             text += "\\x";
-            text += digits[c >> 4U];
-            text += digits[c & 0xFU];
+            text += kDigits[c >> 4U];
+            text += kDigits[c & 0xFU];
         } else {
             text += static_cast<char>(c);
         }

@@ -22,24 +22,24 @@ namespace data = orv::dataformats::data;
 
 namespace {
 
-constexpr std::size_t MaxChildren = 8;
-constexpr std::size_t MaxShortText = 40;
-constexpr std::size_t MaxRepeatedPiece = 16;
+constexpr std::size_t kMaxChildren = 8;
+constexpr std::size_t kMaxShortText = 40;
+constexpr std::size_t kMaxRepeatedPiece = 16;
 
 // Texts that mean something to the writers and to our elements.
-constexpr std::array<std::string_view, 10> TextPool = {"",
-                                                       ":",
-                                                       ":8080/service/type/id",
-                                                       "http://host/x",
-                                                       "\"\\/\b\f\n\r\t",
-                                                       std::string_view("\0", 1),
-                                                       "\x1f\x7f",
-                                                       "\xc3\xa4\xe2\x80\xa8",
-                                                       "\xff\xfe",
-                                                       "1e5"};
+constexpr std::array<std::string_view, 10> kTextPool = {"",
+                                                        ":",
+                                                        ":8080/service/type/id",
+                                                        "http://host/x",
+                                                        "\"\\/\b\f\n\r\t",
+                                                        std::string_view("\0", 1),
+                                                        "\x1f\x7f",
+                                                        "\xc3\xa4\xe2\x80\xa8",
+                                                        "\xff\xfe",
+                                                        "1e5"};
 
-constexpr std::array<std::string_view, 8> KeyPool = {"id", "name", "uri", "Name",
-                                                     "ID", "",     "a",   "id "};
+constexpr std::array<std::string_view, 8> kKeyPool = {"id", "name", "uri", "Name",
+                                                      "ID", "",     "a",   "id "};
 
 enum LeafKind : unsigned { Null, Boolean, Integer, Float, String, Blob, Link, LeafKinds };
 
@@ -74,7 +74,7 @@ std::unique_ptr<data::Value> TreeBuilder::value(int depth) {
 
 std::unique_ptr<data::Object> TreeBuilder::object(int depth) {
     auto object = std::make_unique<data::Object>();
-    const std::size_t members = m_input.upTo(MaxChildren);
+    const std::size_t members = m_input.upTo(kMaxChildren);
     for (std::size_t i = 0; i < members && !full(); ++i) {
         std::string name = key();
         if (m_input.byte() == 0xFF) {
@@ -91,7 +91,7 @@ std::unique_ptr<data::Object> TreeBuilder::object(int depth) {
 
 std::unique_ptr<data::Array> TreeBuilder::array(int depth) {
     auto array = std::make_unique<data::Array>();
-    const std::size_t elements = m_input.upTo(MaxChildren);
+    const std::size_t elements = m_input.upTo(kMaxChildren);
     for (std::size_t i = 0; i < elements && !full(); ++i) {
         if (m_input.byte() == 0xFF) {
             ++m_values;
@@ -129,26 +129,26 @@ std::unique_ptr<data::Value> TreeBuilder::leaf(unsigned kind) {
 std::string TreeBuilder::text() {
     switch (m_input.byte() % 4) {
         case 0:
-            return m_input.text(m_input.upTo(MaxShortText));
+            return m_input.text(m_input.upTo(kMaxShortText));
         case 1:
             return repeatedText();
         case 2:
             return guidText();
         default:
-            return std::string(TextPool[m_input.byte() % TextPool.size()]);
+            return std::string(kTextPool[m_input.byte() % kTextPool.size()]);
     }
 }
 
 std::string TreeBuilder::key() {
     if (m_input.flag()) {
-        return std::string(KeyPool[m_input.byte() % KeyPool.size()]);
+        return std::string(kKeyPool[m_input.byte() % kKeyPool.size()]);
     }
     return text();
 }
 
 // A short piece of the input repeated up to a length that crosses the writers' buffer sizes.
 std::string TreeBuilder::repeatedText() {
-    std::string piece = m_input.text(1 + m_input.upTo(MaxRepeatedPiece - 1));
+    std::string piece = m_input.text(1 + m_input.upTo(kMaxRepeatedPiece - 1));
     const std::size_t length = m_input.upTo(m_limits.maxTextLength);
     if (piece.empty()) {
         piece = "x";  // the input is used up

@@ -19,19 +19,19 @@ using common::system::MutexGuard;
 namespace {
 
 // The priority of every command handed to the decoupler.
-constexpr unsigned char CommandPriority = 128;
+constexpr unsigned char kCommandPriority = 128;
 
 // What the shutdown writes into the pipe to wake the terminal thread; it is no command.
-constexpr char ExitLine[] = "_exit";
-constexpr std::size_t ExitLineLength = sizeof(ExitLine) - 1;
+constexpr char kExitLine[] = "_exit";
+constexpr std::size_t kExitLineLength = sizeof(kExitLine) - 1;
 
 // One read takes at most this many bytes; a pipe message keeps room for its terminator.
-constexpr std::size_t LineBufferSize = 128;
+constexpr std::size_t kLineBufferSize = 128;
 
 // The slots of the two sources in the poll set; the pipe is looked at first.
-constexpr std::size_t PipeSource = 0;
-constexpr std::size_t InputSource = 1;
-constexpr nfds_t SourceCount = 2;
+constexpr std::size_t kPipeSource = 0;
+constexpr std::size_t kInputSource = 1;
+constexpr nfds_t kSourceCount = 2;
 
 void print(const char* message) {
     std::cout << message << std::flush;
@@ -132,12 +132,12 @@ void Input::run() {
         return;
     }
     MutexGuard lock(m_lock);
-    pollfd sources[SourceCount] = {};
-    sources[PipeSource] = {m_pipeRead, POLLIN, 0};
-    sources[InputSource] = {STDIN_FILENO, POLLIN, 0};
+    pollfd sources[kSourceCount] = {};
+    sources[kPipeSource] = {m_pipeRead, POLLIN, 0};
+    sources[kInputSource] = {STDIN_FILENO, POLLIN, 0};
     while (m_state.getState() == ModuleStateHandler::Running) {
         lock.unlock();
-        const int ready = ::poll(sources, SourceCount, -1);
+        const int ready = ::poll(sources, kSourceCount, -1);
         lock.lock();
         if (ready <= 0) {
             print("Poll error or timeout!\n");
@@ -148,23 +148,23 @@ void Input::run() {
 }
 
 void Input::wake() const {
-    const ssize_t written = ::write(m_pipeWrite, ExitLine, ExitLineLength);
+    const ssize_t written = ::write(m_pipeWrite, kExitLine, kExitLineLength);
     static_cast<void>(written);
 }
 
 // Reads what one source has ready, the pipe first, as one line: the text up to the first NUL,
 // without the last byte read from standard input (its line end).
 std::string Input::readLine(pollfd* sources) const {
-    char buffer[LineBufferSize] = {};
-    if ((sources[PipeSource].revents & POLLIN) != 0) {
-        sources[PipeSource].revents = 0;
-        const ssize_t count = ::read(m_pipeRead, buffer, LineBufferSize - 1);
+    char buffer[kLineBufferSize] = {};
+    if ((sources[kPipeSource].revents & POLLIN) != 0) {
+        sources[kPipeSource].revents = 0;
+        const ssize_t count = ::read(m_pipeRead, buffer, kLineBufferSize - 1);
         buffer[count > 0 ? count : 0] = '\0';
         return buffer;
     }
-    if ((sources[InputSource].revents & POLLIN) != 0) {
-        sources[InputSource].revents = 0;
-        const ssize_t count = ::read(STDIN_FILENO, buffer, LineBufferSize);
+    if ((sources[kInputSource].revents & POLLIN) != 0) {
+        sources[kInputSource].revents = 0;
+        const ssize_t count = ::read(STDIN_FILENO, buffer, kLineBufferSize);
         buffer[count > 0 ? count - 1 : 0] = '\0';
         return buffer;
     }
@@ -179,7 +179,7 @@ void Input::dispatch(const std::string& line, MutexGuard& lock) {
     splitCommand(line, command, arguments);
     const auto found = m_commands.find(command);
     if (found == m_commands.end()) {
-        if (line != ExitLine) {
+        if (line != kExitLine) {
             print("Command not found!\n");
         }
         return;
@@ -188,7 +188,7 @@ void Input::dispatch(const std::string& line, MutexGuard& lock) {
     lock.unlock();
     m_decoupler->call(
         [handler = std::move(handler), arguments = std::move(arguments)] { handler(arguments); },
-        m_userId, CommandPriority);
+        m_userId, kCommandPriority);
     lock.lock();
 }
 

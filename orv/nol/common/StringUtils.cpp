@@ -25,13 +25,13 @@ constexpr bool isAsciiAlnum(unsigned value) {
 }
 
 constexpr EscapeTable makeEscapeTable() {
-    constexpr char digits[] = "0123456789abcdef";
+    constexpr char kDigits[] = "0123456789abcdef";
     EscapeTable table;
     for (unsigned value = 0; value < 256; ++value) {
         table.keep[value] = isAsciiAlnum(value);
         // Width 2, right-aligned, padded with a space: values below 16 give " x".
-        table.code[value][0] = value < 16 ? ' ' : digits[value >> 4U];
-        table.code[value][1] = digits[value & 0xFU];
+        table.code[value][0] = value < 16 ? ' ' : kDigits[value >> 4U];
+        table.code[value][1] = kDigits[value & 0xFU];
     }
     return table;
 }
@@ -82,9 +82,9 @@ bool readEscapedByte(const std::string& text, std::size_t pos, unsigned char& by
 // The position of the next "%" from `from`, or npos. Escapes often follow each other closely,
 // so a few bytes are looked at before the search is handed to memchr.
 std::size_t findPercent(const std::string& text, std::size_t from) {
-    constexpr std::size_t nearby = 4;
+    constexpr std::size_t kNearby = 4;
     const std::size_t size = text.size();
-    const std::size_t nearEnd = std::min(size, from + nearby);
+    const std::size_t nearEnd = std::min(size, from + kNearby);
     for (std::size_t i = from; i < nearEnd; ++i) {
         if (text[i] == '%') {
             return i;

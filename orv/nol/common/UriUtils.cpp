@@ -8,10 +8,10 @@ namespace common {
 
 namespace {
 
-constexpr unsigned long long MaxPort = 65535;
+constexpr unsigned long long kMaxPort = 65535;
 
-constexpr char HttpPrefix[] = "http://";
-constexpr char HttpsPrefix[] = "https://";
+constexpr char kHttpPrefix[] = "http://";
+constexpr char kHttpsPrefix[] = "https://";
 
 template <std::size_t N>
 bool startsWith(const std::string& text, const char (&prefix)[N]) {
@@ -20,11 +20,11 @@ bool startsWith(const std::string& text, const char (&prefix)[N]) {
 
 // Where the host of `uri` begins, after its scheme; npos when the URI has no known scheme.
 std::size_t hostStartOf(const std::string& uri) {
-    if (startsWith(uri, HttpPrefix)) {
-        return sizeof HttpPrefix - 1;
+    if (startsWith(uri, kHttpPrefix)) {
+        return sizeof kHttpPrefix - 1;
     }
-    if (startsWith(uri, HttpsPrefix)) {
-        return sizeof HttpsPrefix - 1;
+    if (startsWith(uri, kHttpsPrefix)) {
+        return sizeof kHttpsPrefix - 1;
     }
     return std::string::npos;
 }
@@ -131,7 +131,7 @@ bool getPortFromString(const std::string& text, unsigned short& port) {
         return false;
     }
     const unsigned long long value = std::stoull(text);
-    if (value > MaxPort) {
+    if (value > kMaxPort) {
         return false;
     }
     port = static_cast<unsigned short>(value);

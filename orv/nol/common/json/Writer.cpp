@@ -9,21 +9,21 @@ namespace json {
 
 namespace {
 
-constexpr char UnknownHost[] = "unknown";
-constexpr char Scheme[] = "http://";
+constexpr char kUnknownHost[] = "unknown";
+constexpr char kScheme[] = "http://";
 
 // Completed links up to this length are put together on the stack; longer ones on the heap.
-constexpr std::size_t StackLinkSize = 512;
+constexpr std::size_t kStackLinkSize = 512;
 
 std::size_t linkSize(const std::string& host, bool bracketHost, const std::string& url) {
-    return sizeof Scheme - 1 + host.size() + (bracketHost ? 2 : 0) + url.size();
+    return sizeof kScheme - 1 + host.size() + (bracketHost ? 2 : 0) + url.size();
 }
 
 // Writes "http://" + host + url at `out` (the host in brackets if it is an IPv6 address), which
 // has room for linkSize() bytes.
 void writeLink(char* out, const std::string& host, bool bracketHost, const std::string& url) {
-    std::memcpy(out, Scheme, sizeof Scheme - 1);
-    out += sizeof Scheme - 1;
+    std::memcpy(out, kScheme, sizeof kScheme - 1);
+    out += sizeof kScheme - 1;
     if (bracketHost) {
         *out++ = '[';
     }
@@ -38,7 +38,7 @@ void writeLink(char* out, const std::string& host, bool bracketHost, const std::
 }  // namespace
 
 Writer::Writer(orv::dataformats::DataConsumer& consumer, const std::string& host)
-    : orv::dataformats::json::Writer(consumer), m_host(host.empty() ? UnknownHost : host) {}
+    : orv::dataformats::json::Writer(consumer), m_host(host.empty() ? kUnknownHost : host) {}
 
 Writer::~Writer() = default;
 
@@ -50,8 +50,8 @@ void Writer::visitUrl(const std::string& url) {
     // A host with a ":" is an IPv6 address, which a URL carries in brackets.
     const bool bracketHost = m_host.find(':') != std::string::npos;
     const std::size_t size = linkSize(m_host, bracketHost, url);
-    if (size <= StackLinkSize) {
-        char link[StackLinkSize];
+    if (size <= kStackLinkSize) {
+        char link[kStackLinkSize];
         writeLink(link, m_host, bracketHost, url);
         visitString({link, size});
         return;

@@ -14,12 +14,12 @@ namespace data = orv::dataformats::data;
 
 namespace {
 
-constexpr char IdKey[] = "id";
-constexpr char NameKey[] = "name";
-constexpr char UriKey[] = "uri";
+constexpr char kIdKey[] = "id";
+constexpr char kNameKey[] = "name";
+constexpr char kUriKey[] = "uri";
 
 // dec of the options -2 to 5, indexed by option + 2.
-constexpr std::array<EExpandOpt, 8> NextLevelDown = {
+constexpr std::array<EExpandOpt, 8> kNextLevelDown = {
     EExpandOpt::All,    EExpandOpt::None,   EExpandOpt::None,   EExpandOpt::Level0,
     EExpandOpt::Level1, EExpandOpt::Level2, EExpandOpt::Level3, EExpandOpt::Level4,
 };
@@ -40,7 +40,7 @@ const std::string* findText(const data::Object& object, const std::string& key) 
 EExpandOpt dec(const EExpandOpt& option) {
     // Options -2 to 5 land on 0 to 7; every other 8-bit value lands above 7.
     const auto index = static_cast<std::uint8_t>(static_cast<int>(option) + 2);
-    return index < NextLevelDown.size() ? NextLevelDown[index] : EExpandOpt::Invalid;
+    return index < kNextLevelDown.size() ? kNextLevelDown[index] : EExpandOpt::Invalid;
 }
 
 const data::Value* findProperty(const data::Object& object, const std::string& key) {
@@ -73,23 +73,23 @@ Property<std::string> Element::getUri() const {
 std::unique_ptr<data::Object> Element::baseSerialize() const {
     auto object = std::make_unique<data::Object>();
     if (id.isSet()) {
-        object->setNew(IdKey, new data::String(id.value().toString()));
+        object->setNew(kIdKey, new data::String(id.value().toString()));
     }
     if (name.isSet()) {
-        object->setNew(NameKey, new data::String(name.value()));
+        object->setNew(kNameKey, new data::String(name.value()));
     }
     const Property<std::string> uri = getUri();
     if (uri.isSet()) {
-        object->setNew(UriKey, new data::String(uri.value()));
+        object->setNew(kUriKey, new data::String(uri.value()));
     }
     return object;
 }
 
 void Element::baseDeserialize(const data::Object& object) {
-    if (const std::string* idText = findText(object, IdKey)) {
+    if (const std::string* idText = findText(object, kIdKey)) {
         id = Utils::getGuidOfStr(*idText);
     }
-    if (const std::string* nameText = findText(object, NameKey)) {
+    if (const std::string* nameText = findText(object, kNameKey)) {
         name = *nameText;
     } else {
         name.clear();

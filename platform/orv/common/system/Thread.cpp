@@ -12,10 +12,10 @@ namespace system {
 
 namespace {
 
-constexpr std::size_t MaxOsNameLength = 15;
+constexpr std::size_t kMaxOsNameLength = 15;
 
 void setOsName(pthread_t thread, const std::string& name) {
-    const std::string shortName = name.substr(0, MaxOsNameLength);
+    const std::string shortName = name.substr(0, kMaxOsNameLength);
     pthread_setname_np(thread, shortName.c_str());
 }
 

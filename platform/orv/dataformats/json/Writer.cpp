@@ -53,14 +53,14 @@ constexpr std::size_t kShortString = 256;
 // True if any of the eight bytes in `word` is below 0x20, a quote or a backslash. Each test is
 // the classic "has a zero byte" trick, exact as to whether such a byte exists.
 inline bool needsEscape(std::uint64_t word) {
-    constexpr std::uint64_t ones = 0x0101010101010101ULL;
-    constexpr std::uint64_t highs = 0x8080808080808080ULL;
-    const std::uint64_t quote = word ^ (ones * '"');
-    const std::uint64_t backslash = word ^ (ones * '\\');
-    const std::uint64_t below = (word - ones * 0x20) & ~word;
-    const std::uint64_t isQuote = (quote - ones) & ~quote;
-    const std::uint64_t isBackslash = (backslash - ones) & ~backslash;
-    return ((below | isQuote | isBackslash) & highs) != 0;
+    constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+    constexpr std::uint64_t kHighs = 0x8080808080808080ULL;
+    const std::uint64_t quote = word ^ (kOnes * '"');
+    const std::uint64_t backslash = word ^ (kOnes * '\\');
+    const std::uint64_t below = (word - kOnes * 0x20) & ~word;
+    const std::uint64_t isQuote = (quote - kOnes) & ~quote;
+    const std::uint64_t isBackslash = (backslash - kOnes) & ~backslash;
+    return ((below | isQuote | isBackslash) & kHighs) != 0;
 }
 
 // Writes `c` at `out` as it goes into a JSON string; returns the position after it.

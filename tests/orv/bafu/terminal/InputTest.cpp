@@ -25,7 +25,7 @@ namespace {
 
 using namespace test_support;
 
-const std::string NotFound = "Command not found!\n";
+const std::string kNotFound = "Command not found!\n";
 
 // Captures std::cout while it lives; the terminal thread writes while the test reads.
 struct CoutCapture : std::streambuf {
@@ -99,7 +99,7 @@ TEST(TerminalInput, TypedLinesReachTheirHandlers) {
             int unread = 0;
             return ::ioctl(STDIN_FILENO, FIONREAD, &unread) == 0 && unread == 0 &&
                    calls.get().size() == handled &&
-                   output.get().size() == messages * NotFound.size();
+                   output.get().size() == messages * kNotFound.size();
         })) << typed;
         then();
     }
@@ -108,7 +108,7 @@ TEST(TerminalInput, TypedLinesReachTheirHandlers) {
     EXPECT_EQ(calls.get(), (Strings{"echo(a;b;" + at, "echo(" + at, "echo(a;; b:c;" + at,
                                     "later(1;" + at, "echo(a\necho:b;" + at,
                                     "echo(" + std::string(122, 'x') + ";" + at, "_exit(" + at}));
-    EXPECT_EQ(output.get(), NotFound + NotFound + NotFound);
+    EXPECT_EQ(output.get(), kNotFound + kNotFound + kNotFound);
 }
 
 }  // namespace

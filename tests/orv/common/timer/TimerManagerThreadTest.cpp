@@ -45,17 +45,17 @@ struct Probe : ITimerCallback {
 // every tenth throws, which is logged, and every twelfth destroys its handle on its second
 // expiry, which is its last.
 TEST(TimerManagerThreadTest, FiresInDeadlineOrderNeverEarlyAndNeverAStoppedTimer) {
-    constexpr int Count = 1000;
+    constexpr int kCount = 1000;
     const auto period = [](int i) { return std::chrono::milliseconds(1 + i * 37 % 50); };
     support::CapturedThreadLog log;
     TimerManagerThread manager("TestTimers");
     std::mutex lock;
     std::vector<std::tuple<int, int, Clock::time_point>> fired;  // these two guarded by lock
-    std::vector<int> expiries(Count, 0);
+    std::vector<int> expiries(kCount, 0);
     std::vector<std::unique_ptr<Probe>> probes;
     std::vector<std::unique_ptr<ITimer>> handles;
     std::vector<std::pair<Clock::time_point, Clock::time_point>> due;  // bounds of first deadline
-    for (int i = 0; i < Count; ++i) {
+    for (int i = 0; i < kCount; ++i) {
         probes.push_back(std::make_unique<Probe>([&, i] {
             std::lock_guard<std::mutex> guard(lock);
             fired.emplace_back(i, expiries[i]++, Clock::now());
@@ -66,13 +66,13 @@ TEST(TimerManagerThreadTest, FiresInDeadlineOrderNeverEarlyAndNeverAStoppedTimer
         handles.push_back(manager.startTimer(*probes[i], period(i).count(), i % 6 == 0, false));
         due.emplace_back(before + period(i), Clock::now() + period(i));
     }
-    for (int i = 1; i < Count; i += 2) {
+    for (int i = 1; i < kCount; i += 2) {
         i % 4 == 1 ? handles[i]->stop() : handles[i].reset();
     }
     manager.startManager();
     EXPECT_TRUE(support::waitUntil([&] {
         std::lock_guard<std::mutex> guard(lock);
-        return std::count(expiries.begin(), expiries.end(), 0) <= Count / 2;
+        return std::count(expiries.begin(), expiries.end(), 0) <= kCount / 2;
     }));
     manager.stopManager();
     for (std::size_t k = 0; k < fired.size(); ++k) {

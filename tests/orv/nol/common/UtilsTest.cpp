@@ -20,7 +20,7 @@ using namespace orv::nol::common;
 using orv::common::guid::GUID;
 namespace data = orv::dataformats::data;
 
-static const std::string Sample = "00112233-4455-6677-8899-aabbccddeeff";
+static const std::string kSample = "00112233-4455-6677-8899-aabbccddeeff";
 
 TEST(UtilsTest, UriOfPartsStopsAtTheFirstEmptyPart) {
     // clang-format off
@@ -37,12 +37,12 @@ TEST(UtilsTest, UriOfPartsStopsAtTheFirstEmptyPart) {
 
 // A URI carries the GUID text as its third segment; the text is read strictly, in either case.
 TEST(UtilsTest, GuidsAreReadStrictlyFromTextAndUris) {
-    const GUID sample = Utils::getGuidOfStr(Sample);
+    const GUID sample = Utils::getGuidOfStr(kSample);
     EXPECT_EQ(Utils::getGuidOfStr("00112233-4455-6677-8899-AaBbCcDdEeFf"), sample);
     // clang-format off
-    const std::pair<std::string, GUID> cases[] = {{"/s/t/" + Sample, sample}, {"s/t/" + Sample + "/more", sample},
-        {"/s/t/{" + Sample + "}", GUID()}, {"/s/t/" + Sample + "0", GUID()}, {"/s/t/" + Sample.substr(1), GUID()},
-        {"/s/t/" + Sample + "?x", GUID()}, {"/s/t", GUID()}, {"http://h/s/t/" + Sample, GUID()}};
+    const std::pair<std::string, GUID> cases[] = {{"/s/t/" + kSample, sample}, {"s/t/" + kSample + "/more", sample},
+        {"/s/t/{" + kSample + "}", GUID()}, {"/s/t/" + kSample + "0", GUID()}, {"/s/t/" + kSample.substr(1), GUID()},
+        {"/s/t/" + kSample + "?x", GUID()}, {"/s/t", GUID()}, {"http://h/s/t/" + kSample, GUID()}};
     // clang-format on
     for (const auto& [uri, expected] : cases)
         EXPECT_EQ(Utils::getGuidOfUri(uri), expected) << uri;
@@ -56,16 +56,16 @@ TEST(UtilsTest, GuidsAreReadStrictlyFromTextAndUris) {
 // The URI of an object is its String member "uri"; splitUri gives its first two segments.
 TEST(UtilsTest, ObjectsAreSplitByTheirStringMemberNamedUri) {
     data::Object objects[3];
-    objects[0].setNew("uri", new data::String("/s/t/" + Sample));
+    objects[0].setNew("uri", new data::String("/s/t/" + kSample));
     objects[1].setNew("uri", new data::Integer(5));
-    objects[2].setNew("URI", new data::String("/s/t/" + Sample));
+    objects[2].setNew("URI", new data::String("/s/t/" + kSample));
     for (const data::Object& object : objects) {
         std::string first = "x", second = "x";
         Utils::splitUri(object, first, second);
         EXPECT_EQ(
             Utils::getUriOfObject(object) + "|" + first + second + "|" +
                 Utils::getGuidOfObject(object).toString(),
-            &object == objects ? "/s/t/" + Sample + "|st|" + Sample : "||" + GUID().toString());
+            &object == objects ? "/s/t/" + kSample + "|st|" + kSample : "||" + GUID().toString());
     }
 }
 

@@ -17,7 +17,7 @@ using namespace orv::nol::common::tlib;
 using orv::common::guid::GUID;
 namespace data = orv::dataformats::data;
 
-static const std::string Id = "00112233-4455-6677-8899-aabbccddeeff";
+static const std::string kId = "00112233-4455-6677-8899-aabbccddeeff";
 
 struct Lamp : Element {
     std::string getFirstUriSegment() const override { return first; }
@@ -32,11 +32,12 @@ TEST(ElementTest, SerialisesWhatIsSetAndTheUriOfSegmentsAndLowerCaseId) {
     lamp.name = "desk";
     EXPECT_EQ(json(), R"({"name":"desk"})");
     lamp.id = Utils::getGuidOfStr("00112233-4455-6677-8899-AABBCCDDEEFF");
-    EXPECT_EQ(json(), R"({"id":")" + Id + R"(","name":"desk","uri":"/lights/lamp/)" + Id + R"("})");
+    EXPECT_EQ(json(),
+              R"({"id":")" + kId + R"(","name":"desk","uri":"/lights/lamp/)" + kId + R"("})");
     lamp.name.clear();
-    EXPECT_EQ(json(), R"({"id":")" + Id + R"(","uri":"/lights/lamp/)" + Id + R"("})");
+    EXPECT_EQ(json(), R"({"id":")" + kId + R"(","uri":"/lights/lamp/)" + kId + R"("})");
     lamp.first = "";  // the segments are not checked
-    EXPECT_EQ(lamp.getUri().value(), "///" + Id);
+    EXPECT_EQ(lamp.getUri().value(), "///" + kId);
 }
 
 // An id that is absent or no String keeps the old id, a name that is absent or no String clears
@@ -47,7 +48,7 @@ TEST(ElementTest, DeserialiseKeepsAnUnreadableIdButClearsAnUnreadableName) {
     const std::tuple<data::Value*, data::Value*, GUID, const char*> cases[] = {
         {new data::Integer(5), new data::Integer(5), old, "Value has not been set."},
         {new data::String("x"), new data::String("n"), GUID(), "n"},
-        {new data::String(Id), new data::String(""), Utils::getGuidOfStr(Id), ""}};
+        {new data::String(kId), new data::String(""), Utils::getGuidOfStr(kId), ""}};
     // clang-format on
     for (const auto& [id, name, expectedId, expectedName] : cases) {
         data::Object object;
