@@ -4,6 +4,9 @@ namespace orv {
 namespace nol {
 namespace common {
 
+// The interface fixes this object; the only throw is an allocation failure while the library
+// loads, which nothing could handle anyway.
+// NOLINTNEXTLINE(cert-err58-cpp)
 const std::map<HttpStatusCode, std::string> HttpStatusCodeAndStringMap = {
     {HttpStatusCode::Undefined, "Undefined"},
     {HttpStatusCode::Continue, "Continue"},
@@ -51,7 +54,10 @@ const std::map<HttpStatusCode, std::string> HttpStatusCodeAndStringMap = {
 
 namespace {
 
-const std::string invalidStatusCodeText = "Invalid StatusCode!";
+// The text of every code outside the map; returned by reference, so it lives as long as the
+// library.
+// NOLINTNEXTLINE(cert-err58-cpp): as for the map above
+const std::string kInvalidStatusCodeText = "Invalid StatusCode!";
 
 }  // namespace
 
@@ -62,7 +68,7 @@ HttpStatusCode convertIntToStatusCode(int value) noexcept {
 
 const std::string& convertStatusCodeToString(HttpStatusCode code) noexcept {
     const auto entry = HttpStatusCodeAndStringMap.find(code);
-    return entry == HttpStatusCodeAndStringMap.end() ? invalidStatusCodeText : entry->second;
+    return entry == HttpStatusCodeAndStringMap.end() ? kInvalidStatusCodeText : entry->second;
 }
 
 }  // namespace common
