@@ -13,11 +13,9 @@ namespace json {
 
 // The platform's compact JSON writer, extended to complete links with the server's host.
 //
-// Inside a service a link to a resource is kept as a data::Url whose text begins with ":" (port
-// and path, e.g. ":8080/s/t/<guid>"), because the host under which the client reached the
-// service is known only when the answer is written. A Url visited by this writer calls
-// visitUrl(), which writes it as "http://" + host + text ("http://[" + host + "]" + text when
-// the host holds a ":", an IPv6 address). Any other visitor sees a Url as a plain string.
+// A data::Url whose text begins with ":" (port and path, ":8080/s/t/<guid>") is written as
+// "http://" + host + text, or "http://[" + host + "]" + text for a host holding ":" (IPv6).
+// Any other visitor sees a Url as a plain string (why: docs/design.md, "Links").
 //
 //   std::string text;
 //   orv::dataformats::StringAppendConsumer consumer(text);

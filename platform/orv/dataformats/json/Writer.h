@@ -27,15 +27,10 @@ namespace json {
 //   Writer writer(consumer);
 //   writer.visit(&tree);  // text holds the JSON of tree
 //
-// Children of arrays and objects are written by dispatching through their own visit(), so a
-// value type that presents itself differently is honoured anywhere in a tree, and a derived
-// writer may add operations that end in calls of visitString() and the others, at any depth.
-//
-// The writer collects its output in a small buffer of its own and hands it to the consumer in
-// pieces; everything reaches the consumer by the time an operation called from outside the
-// writer (a top-level visit, or a derived writer's own top-level call of visitString and the
-// others) returns. Derived writers therefore emit through these operations only, never straight
-// to the consumer.
+// Children are written through their own visit(), so a value type that presents itself
+// differently is honoured at any depth. A derived writer emits through visitString() and the
+// other visit operations only, never straight to the consumer: output is buffered and reaches
+// the consumer when the outermost operation returns (see docs/design.md, "JSON writer").
 //
 // Thread safety: a writer is used by one thread at a time. Ownership: the consumer belongs to
 // the caller and must outlive the writer; the tree is only read. Failure: exceptions of the
