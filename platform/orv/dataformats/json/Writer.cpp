@@ -50,19 +50,6 @@ constexpr std::size_t kMaxEscape = 6;
 // Texts up to this length are escaped straight into the buffer (see Writer::writeQuoted).
 constexpr std::size_t kShortString = 256;
 
-// True if any of the eight bytes in `word` is below 0x20, a quote or a backslash. Each test is
-// the classic "has a zero byte" trick, exact as to whether such a byte exists.
-inline bool needsEscape(std::uint64_t word) {
-    constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
-    constexpr std::uint64_t kHighs = 0x8080808080808080ULL;
-    const std::uint64_t quote = word ^ (kOnes * '"');
-    const std::uint64_t backslash = word ^ (kOnes * '\\');
-    const std::uint64_t below = (word - kOnes * 0x20) & ~word;
-    const std::uint64_t isQuote = (quote - kOnes) & ~quote;
-    const std::uint64_t isBackslash = (backslash - kOnes) & ~backslash;
-    return ((below | isQuote | isBackslash) & kHighs) != 0;
-}
-
 // Writes `c` at `out` as it goes into a JSON string; returns the position after it.
 inline char* writeEscaped(char* out, unsigned char c) {
     const char escape = kEscape[c];
@@ -150,23 +137,10 @@ void Writer::writeQuoted(const char* data, std::size_t size) {
     const auto* next = reinterpret_cast<const unsigned char*>(data);
     const auto* end = next + size;
     if (size <= kShortString) {
-        // Even fully escaped, the text fits into the buffer: write straight into it, eight
-        // bytes at a time where none of them needs an escape.
+        // Even fully escaped, the text fits into the buffer: write straight into it.
         char* const start = reserve(kMaxEscape * size + 2);
         char* out = start;
         *out++ = '"';
-        for (; end - next >= 8; next += 8) {
-            std::uint64_t word;
-            std::memcpy(&word, next, 8);
-            if (!needsEscape(word)) {
-                std::memcpy(out, next, 8);
-                out += 8;
-                continue;
-            }
-            for (int i = 0; i < 8; ++i) {
-                out = writeEscaped(out, next[i]);
-            }
-        }
         for (; next != end; ++next) {
             out = writeEscaped(out, *next);
         }
