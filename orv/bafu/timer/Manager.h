@@ -92,8 +92,7 @@ public:
 private:
     friend class Element;
 
-    // By id. Hashed rather than ordered: a start and a stop each cost one look-up into a
-    // table that may hold many timers; only the shutdown needs the ids in order.
+    // By id (hashed; why: docs/design.md, "The module framework").
     using TimerMap = std::unordered_map<unsigned long, std::shared_ptr<Element>>;
 
     // Hands an expiry to the decoupler (a method of the handler; dropped when refused).
