@@ -72,10 +72,13 @@ private:
 // Set by the "quit" command (on the worker thread), awaited by main().
 class QuitSignal {
 public:
-    void raise() {
+    // True for the first call only.
+    bool raise() {
         const std::lock_guard<std::mutex> lock(m_lock);
+        const bool first = !m_raised;
         m_raised = true;
         m_changed.notify_all();
+        return first;
     }
     void wait() {
         std::unique_lock<std::mutex> lock(m_lock);
@@ -113,8 +116,9 @@ int main() {
             std::cout << "status: " << counter.status() << std::endl;
         });
     const auto stop = [&quit](const std::vector<std::string>&) {
-        std::cout << "quitting" << std::endl;
-        quit.raise();
+        if (quit.raise()) {
+            std::cout << "quitting" << std::endl;
+        }
     };
     console->getProvided_Input().registerCommand("quit", stop);
     // At the end of standard input the console reads empty lines: they stop the module too.
