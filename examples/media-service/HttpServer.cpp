@@ -41,6 +41,10 @@ constexpr std::chrono::milliseconds kAcceptRetryDelay{100};
 // The request line around its target: method, blanks, version and line end.
 constexpr std::size_t kRequestLineSlack = 32;
 constexpr const char* kRetryAfterSeconds = "1";
+// What a connection waiting for its next request reads at once when it comes.
+constexpr std::size_t kFirstReadBytes = 4096;
+
+using Clock = asio::steady_timer::clock_type;
 
 class Session;
 
@@ -127,14 +131,16 @@ private:
         }
         m_phase = Phase::Idle;
         arm(m_state->limits.idleTimeout);
-        m_socket.async_wait(tcp::socket::wait_read,
-                            [self = shared_from_this()](beast::error_code error) {
-                                if (error) {
-                                    self->closeNow();  // idle too long, or the server shuts down
-                                } else {
-                                    self->readHeader();
-                                }
-                            });
+        m_socket.async_read_some(
+            m_buffer.prepare(kFirstReadBytes),
+            [self = shared_from_this()](beast::error_code error, std::size_t bytes) {
+                if (error) {
+                    self->closeNow();  // idle too long, closed, or the server shuts down
+                } else {
+                    self->m_buffer.commit(bytes);
+                    self->readHeader();
+                }
+            });
     }
 
     void readHeader() {
@@ -304,18 +310,39 @@ private:
 
     void closeNow() {
         disarm();
+        m_timer.cancel();  // lets go of the session at once
         beast::error_code ignored;
         m_socket.close(ignored);
     }
 
-    // One deadline at a time: a new one replaces the last; expiry cancels the socket's
-    // operations, whose handlers then see m_timedOut.
-    void arm(std::chrono::milliseconds deadline) {
+    // One deadline at a time: a new one replaces the last; when it passes, the socket's
+    // operations are cancelled and their handlers see m_timedOut. Setting a deadline is mostly
+    // an assignment: the timer is restarted only for a deadline earlier than its expiry, and
+    // a timer that wakes before the deadline in force waits again.
+    void arm(std::chrono::milliseconds timeout) {
         m_timedOut = false;
-        m_timer.expires_after(deadline);
+        m_deadline = Clock::now() + timeout;
+        if (!m_timerWaiting || m_deadline < m_timer.expiry()) {
+            startTimer();
+        }
+    }
+
+    void disarm() { m_deadline = Clock::time_point::max(); }
+
+    void startTimer() {
+        m_timer.expires_at(m_deadline);  // a wait still pending ends as operation_aborted
+        m_timerWaiting = true;
         m_timer.async_wait(
             [self = shared_from_this(), generation = ++m_generation](beast::error_code error) {
-                if (error || generation != self->m_generation) {
+                if (generation != self->m_generation) {
+                    return;  // replaced by a later wait
+                }
+                self->m_timerWaiting = false;
+                if (error || self->m_deadline == Clock::time_point::max()) {
+                    return;
+                }
+                if (self->m_deadline > Clock::now()) {
+                    self->startTimer();
                     return;
                 }
                 self->m_timedOut = true;
@@ -324,16 +351,13 @@ private:
             });
     }
 
-    void disarm() {
-        ++m_generation;
-        m_timer.cancel();
-    }
-
     tcp::socket m_socket;
     asio::steady_timer m_timer;
     std::shared_ptr<ServerState> m_state;
     Phase m_phase = Phase::Idle;
-    std::uint64_t m_generation = 0;  // of the deadline in force
+    Clock::time_point m_deadline = Clock::time_point::max();  // max: none
+    std::uint64_t m_generation = 0;                           // of the timer's current wait
+    bool m_timerWaiting = false;
     bool m_timedOut = false;
     beast::flat_buffer m_buffer;
     std::optional<http::request_parser<http::string_body>> m_parser;

@@ -187,9 +187,9 @@ def wait_for(service, pattern, line=None):
 
 
 def start(binary, arguments, stdin, env=None):
-    log = tempfile.TemporaryFile()
-    service = subprocess.Popen([binary, "--port", "0"] + arguments, stdin=stdin, stdout=log,
-                               stderr=subprocess.STDOUT, env=env)
+    log = tempfile.NamedTemporaryFile()  # the service appends through its own file offset
+    service = subprocess.Popen([binary, "--port", "0"] + arguments, stdin=stdin, env=env,
+                               stdout=open(log.name, "ab"), stderr=subprocess.STDOUT)
     service.log = log
     STARTED.append(service)
     return (service, *wait_for(service, r"service on (http://[\d.]+:(\d+))/media").groups())
