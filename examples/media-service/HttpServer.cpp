@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <optional>
@@ -36,6 +37,7 @@ constexpr const char* kServerName = "orv-media-service";
 // After a reply that closes the connection, input still coming is read and dropped this long,
 // so that the client reads the reply rather than a reset.
 constexpr std::chrono::milliseconds kDrainTime{1000};
+constexpr std::size_t kDrainChunkBytes = 4096;
 // How long the listener rests after running out of descriptors before it accepts again.
 constexpr std::chrono::milliseconds kAcceptRetryDelay{100};
 // The request line around its target: method, blanks, version and line end.
@@ -55,19 +57,16 @@ struct ServerState {
     HttpLog log;
     HttpLimits limits;
 
-    std::mutex lock;  // guards sessions and draining
+    std::mutex lock;  // guards sessions
     std::unordered_map<Session*, std::weak_ptr<Session>> sessions;
-    bool draining = false;
     std::condition_variable emptied;
+    std::atomic<bool> draining{false};  // set once, when the server shuts down
 
     std::size_t sessionCount() {
         std::lock_guard<std::mutex> guard(lock);
         return sessions.size();
     }
-    bool isDraining() {
-        std::lock_guard<std::mutex> guard(lock);
-        return draining;
-    }
+    bool isDraining() const { return draining.load(std::memory_order_acquire); }
 };
 
 bool isHttpError(const beast::error_code& error) {
@@ -297,8 +296,11 @@ private:
     }
 
     void drain() {
+        if (!m_drained) {
+            m_drained = std::make_unique<std::array<char, kDrainChunkBytes>>();
+        }
         m_socket.async_read_some(
-            asio::buffer(m_drained),
+            asio::buffer(*m_drained),
             [self = shared_from_this()](beast::error_code error, std::size_t /*bytes*/) {
                 if (error) {
                     self->closeNow();
@@ -365,7 +367,7 @@ private:
     bool m_head = false;
     bool m_keepAlive = false;
     unsigned m_version = 11;
-    std::array<char, 4096> m_drained{};
+    std::unique_ptr<std::array<char, kDrainChunkBytes>> m_drained;  // only while closing
 };
 
 bool outOfDescriptors(const beast::error_code& error) {
@@ -475,7 +477,7 @@ std::size_t HttpServer::shutdown(std::chrono::milliseconds grace) {
     std::vector<std::shared_ptr<Session>> open;
     {
         std::lock_guard<std::mutex> guard(state.lock);
-        state.draining = true;
+        state.draining.store(true, std::memory_order_release);
         for (const auto& entry : state.sessions) {
             if (auto session = entry.second.lock()) {
                 open.push_back(std::move(session));

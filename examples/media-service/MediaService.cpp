@@ -102,7 +102,7 @@ void MediaService::start() {
     const rlim_t descriptors = raiseDescriptorLimit();
     if (descriptors != RLIM_INFINITY && limits.maxConnections + kSpareDescriptors > descriptors) {
         limits.maxConnections =
-            descriptors > 2 * kSpareDescriptors ? descriptors - kSpareDescriptors : 64;
+            descriptors > 2 * kSpareDescriptors ? descriptors - kSpareDescriptors : descriptors / 2;
         log("connections capped at " + std::to_string(limits.maxConnections) + ": only " +
             std::to_string(descriptors) + " descriptors");
     }
