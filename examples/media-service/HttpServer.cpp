@@ -12,6 +12,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <thread>
 #include <unordered_map>
 #include <utility>
@@ -81,10 +82,14 @@ public:
           m_state(std::move(state)) {}
 
     ~Session() {
-        std::lock_guard<std::mutex> guard(m_state->lock);
-        m_state->sessions.erase(this);
-        if (m_state->sessions.empty()) {
-            m_state->emptied.notify_all();
+        try {
+            std::lock_guard<std::mutex> guard(m_state->lock);
+            m_state->sessions.erase(this);
+            if (m_state->sessions.empty()) {
+                m_state->emptied.notify_all();
+            }
+        } catch (const std::system_error&) {
+            // the lock failed: the entry stays, and a shutdown waits out its grace time
         }
     }
 
@@ -171,7 +176,7 @@ private:
             refuse(431, "the header fields are longer than " +
                             std::to_string(limits.maxHeaderBytes) + " bytes");
         } else if (m_parser->is_done()) {
-            dispatch();
+            handOver();
         } else {
             arm(limits.idleTimeout);
             http::async_read(m_socket, m_buffer, *m_parser,
@@ -183,7 +188,7 @@ private:
         if (error) {
             onReadError(error);
         } else {
-            dispatch();
+            handOver();
         }
     }
 
@@ -212,7 +217,7 @@ private:
         }
     }
 
-    void dispatch() {
+    void handOver() {
         m_phase = Phase::Handling;
         disarm();
         auto& message = m_parser->get();

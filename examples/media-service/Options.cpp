@@ -32,7 +32,7 @@ struct NumberOption {
 constexpr unsigned long kMaxBytes = 1UL << 30;
 constexpr unsigned long kMaxMilliseconds = 3600UL * 1000;
 
-std::function<void(Options&, unsigned long)> bytes(std::size_t HttpLimits::*field) {
+std::function<void(Options&, unsigned long)> size(std::size_t HttpLimits::*field) {
     return [field](Options& options, unsigned long value) { options.limits.*field = value; };
 }
 
@@ -52,10 +52,10 @@ const NumberOption kNumberOptions[] = {
      [](Options& options, unsigned long value) {
          options.httpThreads = static_cast<unsigned int>(value);
      }},
-    {"--max-body", 0, kMaxBytes, bytes(&HttpLimits::maxBodyBytes)},
-    {"--max-target", 16, kMaxBytes, bytes(&HttpLimits::maxTargetBytes)},
-    {"--max-headers", 64, kMaxBytes, bytes(&HttpLimits::maxHeaderBytes)},
-    {"--max-connections", 1, 1000000, bytes(&HttpLimits::maxConnections)},
+    {"--max-body", 0, kMaxBytes, size(&HttpLimits::maxBodyBytes)},
+    {"--max-target", 16, kMaxBytes, size(&HttpLimits::maxTargetBytes)},
+    {"--max-headers", 64, kMaxBytes, size(&HttpLimits::maxHeaderBytes)},
+    {"--max-connections", 1, 1000000, size(&HttpLimits::maxConnections)},
     {"--header-timeout", 1, kMaxMilliseconds, milliseconds(&HttpLimits::headerTimeout)},
     {"--idle-timeout", 1, kMaxMilliseconds, milliseconds(&HttpLimits::idleTimeout)},
     {"--write-timeout", 1, kMaxMilliseconds, milliseconds(&HttpLimits::writeTimeout)},
