@@ -85,7 +85,8 @@ MediaService::MediaService(const Options& options, MainThreadEvents& events)
       m_log(new orv::common::logging::LogWriter("media-service")),
       m_catalogue(options.catalogueFile.empty() ? makeDefaultCatalogue()
                                                 : loadCatalogueFile(options.catalogueFile)) {
-    if (const char* faultPath = std::getenv(kFaultPathVariable)) {
+    // Read before any thread of the service starts.
+    if (const char* faultPath = std::getenv(kFaultPathVariable)) {  // NOLINT(concurrency-mt-unsafe)
         m_faultPath = faultPath;
     }
 }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <functional>
 #include <limits>
+#include <vector>
 
 #include "orv/nol/common/queries/Query.h"
 
@@ -43,30 +44,34 @@ std::function<void(Options&, unsigned long)> milliseconds(
     };
 }
 
-const NumberOption kNumberOptions[] = {
-    {"--port", 0, 65535,
-     [](Options& options, unsigned long value) {
-         options.port = static_cast<unsigned short>(value);
-     }},
-    {"--threads", 1, 64,
-     [](Options& options, unsigned long value) {
-         options.httpThreads = static_cast<unsigned int>(value);
-     }},
-    {"--max-body", 0, kMaxBytes, size(&HttpLimits::maxBodyBytes)},
-    {"--max-target", 16, kMaxBytes, size(&HttpLimits::maxTargetBytes)},
-    {"--max-headers", 64, kMaxBytes, size(&HttpLimits::maxHeaderBytes)},
-    {"--max-connections", 1, 1000000, size(&HttpLimits::maxConnections)},
-    {"--header-timeout", 1, kMaxMilliseconds, milliseconds(&HttpLimits::headerTimeout)},
-    {"--idle-timeout", 1, kMaxMilliseconds, milliseconds(&HttpLimits::idleTimeout)},
-    {"--write-timeout", 1, kMaxMilliseconds, milliseconds(&HttpLimits::writeTimeout)},
-    {"--stop-grace", 0, kMaxMilliseconds,
-     [](Options& options, unsigned long value) {
-         options.stopGrace = std::chrono::milliseconds(value);
-     }},
-};
+// Built on first use: a failure to build it throws from parseOptions, not before main().
+const std::vector<NumberOption>& numberOptions() {
+    static const std::vector<NumberOption> table{
+        {"--port", 0, 65535,
+         [](Options& options, unsigned long value) {
+             options.port = static_cast<unsigned short>(value);
+         }},
+        {"--threads", 1, 64,
+         [](Options& options, unsigned long value) {
+             options.httpThreads = static_cast<unsigned int>(value);
+         }},
+        {"--max-body", 0, kMaxBytes, size(&HttpLimits::maxBodyBytes)},
+        {"--max-target", 16, kMaxBytes, size(&HttpLimits::maxTargetBytes)},
+        {"--max-headers", 64, kMaxBytes, size(&HttpLimits::maxHeaderBytes)},
+        {"--max-connections", 1, 1000000, size(&HttpLimits::maxConnections)},
+        {"--header-timeout", 1, kMaxMilliseconds, milliseconds(&HttpLimits::headerTimeout)},
+        {"--idle-timeout", 1, kMaxMilliseconds, milliseconds(&HttpLimits::idleTimeout)},
+        {"--write-timeout", 1, kMaxMilliseconds, milliseconds(&HttpLimits::writeTimeout)},
+        {"--stop-grace", 0, kMaxMilliseconds,
+         [](Options& options, unsigned long value) {
+             options.stopGrace = std::chrono::milliseconds(value);
+         }},
+    };
+    return table;
+}
 
 const NumberOption* findNumberOption(const std::string& name) {
-    for (const NumberOption& option : kNumberOptions) {
+    for (const NumberOption& option : numberOptions()) {
         if (name == option.name) {
             return &option;
         }
