@@ -18,7 +18,7 @@ namespace {
 using orv::media::upnp::soap::Fault;
 namespace data = orv::dataformats::data;
 
-constexpr std::int64_t HighestRating = 5;
+constexpr std::int64_t kHighestRating = 5;
 
 Actions::Arguments argumentsOf(const std::string& body) {
     Actions::Arguments arguments;
@@ -67,8 +67,8 @@ std::int64_t ratingOf(const std::string& text) {
     }
     // A long digit string is out of range before it could overflow.
     const bool tooLong = text.size() > 3;
-    const std::int64_t rating = tooLong ? HighestRating + 1 : std::stoll(text);
-    if (rating < 0 || rating > HighestRating) {
+    const std::int64_t rating = tooLong ? kHighestRating + 1 : std::stoll(text);
+    if (rating < 0 || rating > kHighestRating) {
         throw Fault(Fault::ARGUMENT_VALUE_OUT_OF_RANGE);
     }
     return rating;

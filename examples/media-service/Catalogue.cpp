@@ -12,7 +12,7 @@ namespace mediaservice {
 using orv::nol::common::Utils;
 
 const std::vector<std::string>& Catalogue::kinds() {
-    static const std::vector<std::string> kinds{Artist::Kind, Album::Kind, Track::Kind};
+    static const std::vector<std::string> kinds{Artist::kKind, Album::kKind, Track::kKind};
     return kinds;
 }
 
@@ -37,16 +37,16 @@ const MediaElement* Catalogue::find(const std::string& kind, const GUID& id) con
 
 Track* Catalogue::findTrack(const GUID& id) {
     // Only tracks are stored in the tracks table, so the cast is safe.
-    return static_cast<Track*>(const_cast<MediaElement*>(find(Track::Kind, id)));
+    return static_cast<Track*>(const_cast<MediaElement*>(find(Track::kKind, id)));
 }
 
 template <typename Kind>
 Kind& Catalogue::add(std::unique_ptr<Kind> element, const std::string& stableName) {
     if (!element->name.isSet() || element->name.value().empty()) {
-        throw std::invalid_argument(std::string("a member of ") + Kind::Kind + " has no name");
+        throw std::invalid_argument(std::string("a member of ") + Kind::kKind + " has no name");
     }
     element->id = Utils::createHashedGuid(stableName);
-    KindTable& table = m_tables[Kind::Kind];
+    KindTable& table = m_tables[Kind::kKind];
     if (table.byId.count(element->id.value()) != 0) {
         throw std::invalid_argument("the name '" + stableName + "' is taken twice");
     }
@@ -86,7 +86,7 @@ Track& Catalogue::addTrack(Album& album, const std::string& name, std::int64_t d
     track->artist = album.artist;
     track->number = static_cast<std::int64_t>(album.tracks.size()) + 1;
     track->duration = durationSeconds;
-    const MediaElement* artist = find(Artist::Kind, album.artist);
+    const MediaElement* artist = find(Artist::kKind, album.artist);
     const std::string artistName = artist != nullptr ? artist->name.value() : std::string();
     Track& added = add(std::move(track), "track:" + artistName + "/" + album.name.value() + "/" +
                                              std::to_string(album.tracks.size() + 1));

@@ -19,7 +19,7 @@ namespace {
 
 using orv::nol::common::Utils;
 
-constexpr const char* HelpText =
+constexpr const char* kHelpText =
     "commands: stats | list:<kind> | get:<uri> | help | quit   (kinds: artists, albums, tracks)";
 
 // True when standard input has nothing more to give: hung up, or readable with no bytes.
@@ -55,7 +55,7 @@ void Console::registerCommands(orv::bafu::terminal::IInput& input) {
     input.registerCommand("stats", [this](const Arguments&) { stats(); });
     input.registerCommand("list", [this](const Arguments& arguments) { list(arguments); });
     input.registerCommand("get", [this](const Arguments& arguments) { get(arguments); });
-    input.registerCommand("help", [](const Arguments&) { std::cout << HelpText << std::endl; });
+    input.registerCommand("help", [](const Arguments&) { std::cout << kHelpText << std::endl; });
     input.registerCommand("quit", [this](const Arguments&) {
         std::cout << "quitting" << std::endl;
         m_events.post(MainThreadEvents::Event::Quit);
@@ -95,7 +95,7 @@ void Console::get(const Arguments& arguments) const {
     } catch (const std::exception&) {
         // a port that is no number: nothing found below
     }
-    const MediaElement* element = uri.firstSegment == ServiceSegment
+    const MediaElement* element = uri.firstSegment == kServiceSegment
                                       ? m_routes.catalogue().find(uri.secondSegment, id)
                                       : nullptr;
     if (element == nullptr) {

@@ -14,31 +14,31 @@ namespace mediaservice {
 
 namespace {
 
-constexpr const char* artistAdjectives[] = {
+constexpr const char* kArtistAdjectives[] = {
     "Velvet",  "Neon",  "Silent", "Electric", "Golden",  "Paper",  "Midnight",
     "Crystal", "Wild",  "Hollow", "Northern", "Amber",   "Copper", "Lunar",
     "Scarlet", "Quiet", "Broken", "Restless", "Distant", "Iron"};
-constexpr const char* artistNouns[] = {"Foxes",  "Harbour", "Rivers",  "Engines",  "Lanterns",
-                                       "Owls",   "Tides",   "Pilots",  "Gardens",  "Wolves",
-                                       "Echoes", "Comets",  "Mirrors", "Sparrows", "Islands",
-                                       "Ghosts", "Horses",  "Signals", "Machines", "Satellites"};
-constexpr const char* albumFirstWords[] = {"Summer", "Winter", "Static", "Glass", "Open",
-                                           "Hidden", "Last",   "First",  "Long",  "Bright",
-                                           "Slow",   "Deep",   "Blue",   "Red",   "Silver"};
-constexpr const char* albumSecondWords[] = {"Lights",  "Roads", "Hours",   "Waves",   "Dreams",
-                                            "Cities",  "Skies", "Letters", "Colours", "Stories",
-                                            "Seasons", "Rooms", "Maps",    "Shadows", "Bridges"};
-constexpr const char* trackVerbs[] = {"Chasing",      "Waiting for", "Dancing in", "Falling into",
-                                      "Running from", "Dreaming of", "Holding",    "Leaving",
-                                      "Finding",      "Crossing"};
-constexpr const char* trackObjects[] = {"the Night", "the Rain",    "the Light",   "the Sea",
-                                        "the Fire",  "the Morning", "the Stars",   "the City",
-                                        "the River", "the Storm",   "the Silence", "the Road"};
-constexpr const char* genres[] = {"rock", "jazz",  "pop",       "electronic",
-                                  "folk", "blues", "classical", "hip hop"};
-constexpr const char* countries[] = {"UK", "US", "DE", "FR", "SE", "JP", "BR", "CA", "AU", "NO"};
+constexpr const char* kArtistNouns[] = {"Foxes",  "Harbour", "Rivers",  "Engines",  "Lanterns",
+                                        "Owls",   "Tides",   "Pilots",  "Gardens",  "Wolves",
+                                        "Echoes", "Comets",  "Mirrors", "Sparrows", "Islands",
+                                        "Ghosts", "Horses",  "Signals", "Machines", "Satellites"};
+constexpr const char* kAlbumFirstWords[] = {"Summer", "Winter", "Static", "Glass", "Open",
+                                            "Hidden", "Last",   "First",  "Long",  "Bright",
+                                            "Slow",   "Deep",   "Blue",   "Red",   "Silver"};
+constexpr const char* kAlbumSecondWords[] = {"Lights",  "Roads", "Hours",   "Waves",   "Dreams",
+                                             "Cities",  "Skies", "Letters", "Colours", "Stories",
+                                             "Seasons", "Rooms", "Maps",    "Shadows", "Bridges"};
+constexpr const char* kTrackVerbs[] = {"Chasing",      "Waiting for", "Dancing in", "Falling into",
+                                       "Running from", "Dreaming of", "Holding",    "Leaving",
+                                       "Finding",      "Crossing"};
+constexpr const char* kTrackObjects[] = {"the Night", "the Rain",    "the Light",   "the Sea",
+                                         "the Fire",  "the Morning", "the Stars",   "the City",
+                                         "the River", "the Storm",   "the Silence", "the Road"};
+constexpr const char* kGenres[] = {"rock", "jazz",  "pop",       "electronic",
+                                   "folk", "blues", "classical", "hip hop"};
+constexpr const char* kCountries[] = {"UK", "US", "DE", "FR", "SE", "JP", "BR", "CA", "AU", "NO"};
 
-constexpr int ArtistCount = 20;
+constexpr int kArtistCount = 20;
 
 // A small linear congruential generator: fixed constants, so the sequence is the same
 // everywhere (unlike the standard distributions, whose results may differ between libraries).
@@ -68,26 +68,26 @@ private:
 
 std::string artistName(int index) {
     // 7 and 20 have no common divisor, so every artist gets its own adjective-noun pair.
-    const std::string pair = std::string(artistAdjectives[index % std::size(artistAdjectives)]) +
-                             " " + artistNouns[(7 * index + 3) % std::size(artistNouns)];
+    const std::string pair = std::string(kArtistAdjectives[index % std::size(kArtistAdjectives)]) +
+                             " " + kArtistNouns[(7 * index + 3) % std::size(kArtistNouns)];
     return index % 3 == 1 ? pair : "The " + pair;
 }
 
 std::string albumName(Sequence& sequence, std::set<std::string>& taken) {
     std::string name;
     do {
-        name = sequence.pickTwo(albumFirstWords, albumSecondWords);
+        name = sequence.pickTwo(kAlbumFirstWords, kAlbumSecondWords);
     } while (!taken.insert(name).second);
     return name;
 }
 
 void addAlbumWithTracks(Catalogue& catalogue, Artist& artist, Sequence& sequence,
                         const std::string& name, std::int64_t year) {
-    const std::string genre = sequence.below(4) == 0 ? sequence.pick(genres) : artist.genre;
+    const std::string genre = sequence.below(4) == 0 ? sequence.pick(kGenres) : artist.genre;
     Album& album = catalogue.addAlbum(artist, name, year, genre);
     const std::uint32_t trackCount = 5 + sequence.below(6);
     for (std::uint32_t number = 1; number <= trackCount; ++number) {
-        const std::string trackName = sequence.pickTwo(trackVerbs, trackObjects);
+        const std::string trackName = sequence.pickTwo(kTrackVerbs, kTrackObjects);
         const std::int64_t duration = 120 + sequence.below(300);
         Track& track = catalogue.addTrack(album, trackName, duration);
         track.rating = sequence.below(6);
@@ -99,10 +99,10 @@ void addAlbumWithTracks(Catalogue& catalogue, Artist& artist, Sequence& sequence
 Catalogue makeDefaultCatalogue() {
     Catalogue catalogue;
     Sequence sequence;
-    for (int index = 0; index < ArtistCount; ++index) {
+    for (int index = 0; index < kArtistCount; ++index) {
         const std::int64_t formed = 1965 + sequence.below(50);
-        const std::string country = sequence.pick(countries);
-        const std::string genre = sequence.pick(genres);
+        const std::string country = sequence.pick(kCountries);
+        const std::string genre = sequence.pick(kGenres);
         Artist& artist = catalogue.addArtist(artistName(index), country, formed, genre);
         std::set<std::string> albumNames;
         const std::uint32_t albumCount = 2 + sequence.below(3);

@@ -31,13 +31,13 @@ std::vector<Link> linksTo(const char* kind, const std::vector<GUID>& ids) {
 }  // namespace
 
 const std::vector<FieldInfo>* fieldsOfKind(const std::string& kind) {
-    if (kind == Artist::Kind) {
+    if (kind == Artist::kKind) {
         return &Artist::fields();
     }
-    if (kind == Album::Kind) {
+    if (kind == Album::kKind) {
         return &Album::fields();
     }
-    if (kind == Track::Kind) {
+    if (kind == Track::kKind) {
         return &Track::fields();
     }
     return nullptr;
@@ -89,9 +89,9 @@ FieldValue Artist::ownField(const std::string& name) const {
         return genre;
     }
     if (name == "albums") {
-        return linksTo(Album::Kind, albums);
+        return linksTo(Album::kKind, albums);
     }
-    throwNoSuchField(Kind, name);
+    throwNoSuchField(kKind, name);
 }
 
 const std::vector<FieldInfo>& Album::fields() {
@@ -104,7 +104,7 @@ const std::vector<FieldInfo>& Album::fields() {
 
 FieldValue Album::ownField(const std::string& name) const {
     if (name == "artist") {
-        return Link{Artist::Kind, artist};
+        return Link{Artist::kKind, artist};
     }
     if (name == "year") {
         return year;
@@ -113,9 +113,9 @@ FieldValue Album::ownField(const std::string& name) const {
         return genre;
     }
     if (name == "tracks") {
-        return linksTo(Track::Kind, tracks);
+        return linksTo(Track::kKind, tracks);
     }
-    throwNoSuchField(Kind, name);
+    throwNoSuchField(kKind, name);
 }
 
 const std::vector<FieldInfo>& Track::fields() {
@@ -129,10 +129,10 @@ const std::vector<FieldInfo>& Track::fields() {
 
 FieldValue Track::ownField(const std::string& name) const {
     if (name == "album") {
-        return Link{Album::Kind, album};
+        return Link{Album::kKind, album};
     }
     if (name == "artist") {
-        return Link{Artist::Kind, artist};
+        return Link{Artist::kKind, artist};
     }
     if (name == "number") {
         return number;
@@ -143,7 +143,7 @@ FieldValue Track::ownField(const std::string& name) const {
     if (name == "rating") {
         return rating;
     }
-    throwNoSuchField(Kind, name);
+    throwNoSuchField(kKind, name);
 }
 
 }  // namespace mediaservice

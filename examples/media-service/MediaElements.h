@@ -14,10 +14,10 @@
 
 namespace mediaservice {
 
-using orv::common::guid::GUID;
+using GUID = orv::common::guid::GUID;
 
 // The first segment of every resource URI of this service: /media/<kind>/<guid>.
-inline constexpr const char* ServiceSegment = "media";
+inline constexpr const char* kServiceSegment = "media";
 
 // A link from one element to another.
 struct Link {
@@ -44,7 +44,7 @@ const FieldInfo* findField(const std::string& kind, const std::string& field);
 // Base of the three kinds: the URI segments and uniform access to every field by name.
 class MediaElement : public orv::nol::common::tlib::Element {
 public:
-    std::string getFirstUriSegment() const override { return ServiceSegment; }
+    std::string getFirstUriSegment() const override { return kServiceSegment; }
 
     // The kind's name ("artists", "albums" or "tracks"), which is also the second URI segment.
     std::string kind() const { return getSecondUriSegment(); }
@@ -60,10 +60,10 @@ protected:
 
 class Artist final : public MediaElement {
 public:
-    static constexpr const char* Kind = "artists";
+    static constexpr const char* kKind = "artists";
     static const std::vector<FieldInfo>& fields();
 
-    std::string getSecondUriSegment() const override { return Kind; }
+    std::string getSecondUriSegment() const override { return kKind; }
 
     std::string country;
     std::int64_t formed = 0;  // the year the artist began
@@ -76,10 +76,10 @@ protected:
 
 class Album final : public MediaElement {
 public:
-    static constexpr const char* Kind = "albums";
+    static constexpr const char* kKind = "albums";
     static const std::vector<FieldInfo>& fields();
 
-    std::string getSecondUriSegment() const override { return Kind; }
+    std::string getSecondUriSegment() const override { return kKind; }
 
     GUID artist;
     std::int64_t year = 0;
@@ -92,10 +92,10 @@ protected:
 
 class Track final : public MediaElement {
 public:
-    static constexpr const char* Kind = "tracks";
+    static constexpr const char* kKind = "tracks";
     static const std::vector<FieldInfo>& fields();
 
-    std::string getSecondUriSegment() const override { return Kind; }
+    std::string getSecondUriSegment() const override { return kKind; }
 
     GUID album;
     GUID artist;

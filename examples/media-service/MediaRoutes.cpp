@@ -5,7 +5,7 @@
 
 #include <exception>
 
-#include "ApiError.h"
+#include "QueryNumbers.h"
 #include "orv/dataformats/data/Array.h"
 #include "orv/dataformats/data/Integer.h"
 #include "orv/dataformats/data/String.h"
@@ -17,17 +17,18 @@ namespace mediaservice {
 
 namespace {
 
+namespace data = orv::dataformats::data;
 using orv::media::upnp::soap::Fault;
 using orv::nol::common::convertStatusCodeToString;
 
-constexpr const char* ActionsSegment = "actions";
+constexpr const char* kActionsSegment = "actions";
 
 ApiResponse answer(std::unique_ptr<data::Value> body) {
-    return ApiResponse{HttpStatusCode::Ok, std::move(body)};
+    return ApiResponse{HttpStatusCode::Ok, std::move(body), {}};
 }
 
-ApiResponse errorAnswer(HttpStatusCode status, const std::string& message) {
-    return ApiResponse{status, errorBody(status, message)};
+ApiResponse errorAnswer(const ApiError& error) {
+    return ApiResponse{error.status(), errorBody(error.status(), error.what()), error.allow()};
 }
 
 // A failed action: 500, with the UPnP error code and description of the fault.
@@ -38,26 +39,23 @@ ApiResponse faultAnswer(const Fault& fault) {
     body->setNew("statusText", new data::String(convertStatusCodeToString(status)));
     body->setNew("errorCode", new data::Integer(fault.getCode()));
     body->setNew("errorDescription", new data::String(fault.what()));
-    return ApiResponse{status, std::move(body)};
-}
-
-// The path of a request target and its query string (without the "?").
-void splitTarget(const std::string& target, std::string& path, std::string& queryText) {
-    const std::size_t question = target.find('?');
-    path = target.substr(0, question);
-    queryText = question == std::string::npos ? std::string() : target.substr(question + 1);
+    return ApiResponse{status, std::move(body), {}};
 }
 
 Query parsedQuery(const std::string& queryText) {
+    checkNumberRanges(queryText);
     Query query;
     // False only when there is nothing to parse: an empty query is what the caller gets then.
     query.ParseFromQueryString(queryText);
     return query;
 }
 
-ApiError methodNotAllowed(const std::string& method, const std::string& path) {
-    return {HttpStatusCode::MethodNotAllowed, method + " is not served on " + path};
+ApiError methodNotAllowed(const std::string& method, const std::string& path, const char* allow) {
+    return {HttpStatusCode::MethodNotAllowed, method + " is not served on " + path, allow};
 }
+
+constexpr const char* kReadOnly = "GET, HEAD";
+constexpr const char* kPostOnly = "POST";
 
 }  // namespace
 
@@ -68,42 +66,37 @@ ApiResponse MediaRoutes::handle(const ApiRequest& request) {
     try {
         return route(request);
     } catch (const ApiError& error) {
-        return errorAnswer(error.status(), error.what());
+        return errorAnswer(error);
     } catch (const Fault& fault) {
         return faultAnswer(fault);
-    } catch (const std::exception& error) {
-        return errorAnswer(HttpStatusCode::InternalServerError, error.what());
     }
 }
 
 ApiResponse MediaRoutes::route(const ApiRequest& request) {
-    std::string path;
-    std::string queryText;
-    splitTarget(request.target, path, queryText);
-
+    const std::string& path = request.path;
     std::string service;
     std::string kind;
     std::string id;
     orv::nol::common::getUriSplitted(path, service, kind, id);
     const bool deeperThanAnId = orv::nol::common::split(path, "/").size() > 4;
-    if (service != ServiceSegment || deeperThanAnId) {
+    if (service != kServiceSegment || deeperThanAnId) {
         throw ApiError(HttpStatusCode::NotFound, "no resource at " + path);
     }
 
-    if (kind == ActionsSegment) {
+    if (kind == kActionsSegment) {
         if (id.empty()) {
             if (request.method != "GET") {
-                throw methodNotAllowed(request.method, path);
+                throw methodNotAllowed(request.method, path, kReadOnly);
             }
             return actionNames();
         }
         if (request.method != "POST") {
-            throw methodNotAllowed(request.method, path);
+            throw methodNotAllowed(request.method, path, kPostOnly);
         }
         return runAction(id, request.body);
     }
     if (request.method != "GET") {
-        throw methodNotAllowed(request.method, path);
+        throw methodNotAllowed(request.method, path, kReadOnly);
     }
     if (kind.empty()) {
         return answer(m_renderer.index());
@@ -112,7 +105,7 @@ ApiResponse MediaRoutes::route(const ApiRequest& request) {
         throw ApiError(HttpStatusCode::NotFound,
                        "no kind '" + kind + "'; the kinds are artists, albums and tracks");
     }
-    return id.empty() ? list(kind, queryText) : show(kind, id, queryText);
+    return id.empty() ? list(kind, request.queryText) : show(kind, id, request.queryText);
 }
 
 ApiResponse MediaRoutes::list(const std::string& kind, const std::string& queryText) const {

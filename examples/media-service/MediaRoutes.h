@@ -10,8 +10,9 @@
 //
 // The query string is read with Query::ParseFromQueryString; QuerySelection.h and
 // QueryProjection.h say what each part of it does. Errors: 404 for an unknown kind, id or path,
-// 400 for a malformed GUID or a query that does not fit the kind, 405 for another method, 500
-// with the UPnP error code and description for a failed action.
+// 400 for a malformed GUID, a query that does not fit the kind or a number out of its range, 405
+// (with the allowed methods) for another method, 500 with the UPnP error code and description for
+// a failed action.
 //
 // Thread: on the decoupler's worker thread only, like the catalogue it reads and changes.
 
@@ -19,6 +20,7 @@
 #include <string>
 
 #include "Actions.h"
+#include "ApiError.h"
 #include "Catalogue.h"
 #include "Rendering.h"
 #include "orv/dataformats/data/Value.h"
@@ -26,17 +28,17 @@
 
 namespace mediaservice {
 
-using orv::nol::common::HttpStatusCode;
-
 struct ApiRequest {
-    std::string method;  // "GET", "POST", ...
-    std::string target;  // path and query string as the client sent them: "/media/tracks?$limit=3"
+    std::string method;     // "GET", "POST", ...
+    std::string path;       // as the client sent it: "/media/tracks"
+    std::string queryText;  // after the "?", still %-encoded: "$limit=3"
     std::string body;
 };
 
 struct ApiResponse {
     HttpStatusCode status = HttpStatusCode::Ok;
     std::unique_ptr<orv::dataformats::data::Value> body;  // written as JSON
+    std::string allow;                                    // for 405: the methods allowed
 };
 
 class MediaRoutes {
@@ -44,8 +46,8 @@ public:
     // `port` is the port the service listens on, for the links in the answers.
     MediaRoutes(Catalogue& catalogue, unsigned short port);
 
-    // Answers a request whose path begins with /media. Never throws: a failure becomes an error
-    // answer.
+    // Answers a request whose path begins with /media. The client's mistakes and failed actions
+    // become error answers; anything else thrown (std::exception) is a fault of the service.
     ApiResponse handle(const ApiRequest& request);
 
     const Catalogue& catalogue() const { return m_catalogue; }

@@ -2,6 +2,10 @@
 
 #include "MediaService.h"
 
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <cstdlib>
 #include <exception>
 #include <stdexcept>
 #include <utility>
@@ -17,23 +21,60 @@ namespace mediaservice {
 
 namespace {
 
-using orv::nol::common::convertStatusCodeToString;
 using orv::nol::common::Utils;
 
-constexpr unsigned int SlowRequestMilliseconds = 1000;
-constexpr unsigned int StatisticsMilliseconds = 10000;
+constexpr unsigned int kSlowRequestMilliseconds = 1000;
+constexpr unsigned int kStatisticsMilliseconds = 10000;
 // The priority the framework's own components use: requests, timer expiries and console
 // commands take turns in arrival order.
-constexpr unsigned char RequestPriority = 128;
+constexpr unsigned char kRequestPriority = 128;
+// Descriptors kept free of connections: the listener, the log, the console, the signalfd.
+constexpr rlim_t kSpareDescriptors = 64;
+constexpr const char* kHealthPath = "/health";
+constexpr const char* kHealthBody = R"({"status":"ok"})";
+// Set in the environment of a test, a request for exactly this path fails inside the service:
+// the road of a fault from the worker to its 500 answer is tested without a faulty catalogue.
+constexpr const char* kFaultPathVariable = "ORV_MEDIA_SERVICE_FAULT_PATH";
 
-bool isMediaPath(const std::string& target) {
-    const std::string path = target.substr(0, target.find('?'));
-    const std::string prefix = std::string("/") + ServiceSegment;
+bool isMediaPath(const std::string& path) {
+    const std::string prefix = std::string("/") + kServiceSegment;
     return path == prefix || path.compare(0, prefix.size() + 1, prefix + "/") == 0;
 }
 
-HttpReply replyOf(HttpStatusCode status, std::string body) {
-    return HttpReply{static_cast<int>(status), convertStatusCodeToString(status), std::move(body)};
+HttpReply replyOf(int status, std::string body) {
+    return HttpReply{status, statusText(status), std::move(body), "application/json", {}};
+}
+
+std::string errorJson(int status, const std::string& message) {
+    return Utils::jsonOfDataValue(*errorBody(static_cast<HttpStatusCode>(status), message), "");
+}
+
+// Raises the soft limit of open descriptors to the hard one, so that the connection cap, not
+// the descriptors, decides how many clients are served; returns the limit in force.
+rlim_t raiseDescriptorLimit() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        return RLIM_INFINITY;
+    }
+    if (limit.rlim_cur < limit.rlim_max) {
+        rlimit raised{limit.rlim_max, limit.rlim_max};
+        if (setrlimit(RLIMIT_NOFILE, &raised) == 0) {
+            return raised.rlim_cur;
+        }
+    }
+    return limit.rlim_cur;
+}
+
+// "/media/tracks?$limit=3" split into the path and the query text after the "?".
+ApiRequest apiRequestOf(HttpRequest request) {
+    const std::size_t question = request.target.find('?');
+    std::string queryText =
+        question == std::string::npos ? std::string() : request.target.substr(question + 1);
+    request.target.resize(std::min(question, request.target.size()));
+    // HEAD is answered as GET; the server leaves out the body.
+    std::string method = request.method == "HEAD" ? std::string("GET") : request.method;
+    return ApiRequest{std::move(method), std::move(request.target), std::move(queryText),
+                      std::move(request.body)};
 }
 
 }  // namespace
@@ -43,7 +84,12 @@ MediaService::MediaService(const Options& options, MainThreadEvents& events)
       m_events(events),
       m_log(new orv::common::logging::LogWriter("media-service")),
       m_catalogue(options.catalogueFile.empty() ? makeDefaultCatalogue()
-                                                : loadCatalogueFile(options.catalogueFile)) {}
+                                                : loadCatalogueFile(options.catalogueFile)) {
+    // Read before any thread of the service starts.
+    if (const char* faultPath = std::getenv(kFaultPathVariable)) {  // NOLINT(concurrency-mt-unsafe)
+        m_faultPath = faultPath;
+    }
+}
 
 MediaService::~MediaService() {
     stop();
@@ -53,13 +99,27 @@ void MediaService::start() {
     m_decoupler = std::make_unique<orv::bafu::DefaultDecoupler>("MediaRequests");
     m_requestUserId = m_decoupler->createUserId();
 
-    m_server = std::make_unique<HttpServer>([this](HttpRequest request, Responder respond) {
-        onRequest(std::move(request), std::move(respond));
-    });
+    HttpLimits limits = m_options.limits;
+    const rlim_t descriptors = raiseDescriptorLimit();
+    if (descriptors != RLIM_INFINITY && limits.maxConnections + kSpareDescriptors > descriptors) {
+        limits.maxConnections =
+            descriptors > 2 * kSpareDescriptors ? descriptors - kSpareDescriptors : descriptors / 2;
+        log("connections capped at " + std::to_string(limits.maxConnections) + ": only " +
+            std::to_string(descriptors) + " descriptors");
+    }
+    m_server = std::make_unique<HttpServer>(
+        [this](HttpRequest request, Responder respond) {
+            onRequest(std::move(request), std::move(respond));
+        },
+        [this](int status, const std::string& message) {
+            m_statistics.countAnswer(status);
+            return replyOf(status, errorJson(status, message));
+        },
+        [this](const std::string& line) { log(line); }, limits);
     m_port = m_server->listen(m_options.host, m_options.port);
     m_routes = std::make_unique<MediaRoutes>(m_catalogue, m_port);
-    m_notFoundBody = Utils::jsonOfDataValue(
-        *errorBody(HttpStatusCode::NotFound, "nothing here; the service lives under /media"), "");
+    m_notFoundBody = errorJson(static_cast<int>(HttpStatusCode::NotFound),
+                               "nothing here; the service lives under /media");
     m_server->run(m_options.httpThreads);
 
     startStatisticsTimer();
@@ -67,42 +127,57 @@ void MediaService::start() {
 }
 
 void MediaService::onRequest(HttpRequest request, Responder respond) {
-    if (!isMediaPath(request.target)) {
-        // The fixed answer, straight from the I/O thread: no catalogue, no decoupler.
-        m_statistics.countAnswer(static_cast<int>(HttpStatusCode::NotFound));
-        respond(replyOf(HttpStatusCode::NotFound, m_notFoundBody));
+    const std::string linkHost = linkHostOf(request.host);
+    ApiRequest apiRequest = apiRequestOf(std::move(request));
+    if (apiRequest.path == kHealthPath && apiRequest.method == "GET") {
+        // Straight from the I/O thread: a busy worker does not make the service look dead.
+        m_statistics.countAnswer(static_cast<int>(HttpStatusCode::Ok));
+        respond(replyOf(static_cast<int>(HttpStatusCode::Ok), kHealthBody));
         return;
     }
-    const std::string linkHost = linkHostOf(request.host);
+    if (!isMediaPath(apiRequest.path)) {
+        // The fixed answer, straight from the I/O thread: no catalogue, no decoupler.
+        m_statistics.countAnswer(static_cast<int>(HttpStatusCode::NotFound));
+        respond(replyOf(static_cast<int>(HttpStatusCode::NotFound), m_notFoundBody));
+        return;
+    }
     auto watch = std::make_shared<orv::bafu::WatchGuard>(
-        [this, what = request.method + " " + request.target] {
+        [this, what = apiRequest.method + " " + apiRequest.path] {
             m_statistics.countSlowRequest();
             log("slow request: " + what + " still running after 1 s");
         },
-        SlowRequestMilliseconds);
+        kSlowRequestMilliseconds);
     m_decoupler->call(
-        [this, request = std::move(request), linkHost, respond = std::move(respond), watch] {
+        [this, request = std::move(apiRequest), linkHost, respond = std::move(respond), watch] {
             answer(request, linkHost, respond);
             watch->finish();
         },
-        m_requestUserId, RequestPriority);
+        m_requestUserId, kRequestPriority);
 }
 
 // Runs on the decoupler's worker thread. Nothing may escape from here: an exception would end
-// the worker, and with it the service.
-void MediaService::answer(const HttpRequest& request, const std::string& linkHost,
+// the worker, and with it the service. A failure is answered 500; its reason goes to the log
+// only.
+void MediaService::answer(const ApiRequest& request, const std::string& linkHost,
                           const Responder& respond) {
+    HttpReply reply;
     try {
-        const ApiResponse response =
-            m_routes->handle(ApiRequest{request.method, request.target, request.body});
-        HttpReply reply =
-            replyOf(response.status, Utils::jsonOfDataValue(*response.body, linkHost));
-        m_statistics.countAnswer(reply.status);
-        respond(std::move(reply));
+        if (!m_faultPath.empty() && request.path == m_faultPath) {
+            throw std::runtime_error("a fault injected through " + std::string(kFaultPathVariable));
+        }
+        const ApiResponse response = m_routes->handle(request);
+        reply = replyOf(static_cast<int>(response.status),
+                        Utils::jsonOfDataValue(*response.body, linkHost));
+        if (!response.allow.empty()) {
+            reply.headers.emplace_back("Allow", response.allow);
+        }
     } catch (const std::exception& error) {
-        log(std::string("request failed: ") + error.what());
-        m_statistics.countAnswer(static_cast<int>(HttpStatusCode::InternalServerError));
+        log("request failed: " + request.method + " " + request.path + ": " + error.what());
+        const int status = static_cast<int>(HttpStatusCode::InternalServerError);
+        reply = replyOf(status, errorJson(status, "the service failed to answer this request"));
     }
+    m_statistics.countAnswer(reply.status);
+    respond(std::move(reply));
 }
 
 // The host that completes the links of an answer: the one the client used, from its Host
@@ -135,7 +210,7 @@ void MediaService::startStatisticsTimer() {
                 // a line lost; the next one comes in 10 s
             }
         },
-        StatisticsMilliseconds, true);
+        kStatisticsMilliseconds, true);
 }
 
 void MediaService::startConsole() {
@@ -182,7 +257,10 @@ void MediaService::runUntilStopped() {
 
 void MediaService::stop() {
     if (m_server) {
-        m_server->stop();
+        const std::size_t left = m_server->shutdown(m_options.stopGrace);
+        if (left > 0) {
+            log(std::to_string(left) + " connections still open after the stop's grace time");
+        }
     }
     stopConsole();
     if (m_timers) {

@@ -10,11 +10,12 @@
 // Every request under /media is handed to one DefaultDecoupler, so the catalogue is only ever
 // touched on its worker thread and needs no lock; a WatchGuard per request logs a request
 // still running after 1 s. A timer::Manager writes the statistics line every 10 s, and a
-// terminal::Input runs the console commands, both through the same decoupler. Paths outside
-// /media get a fixed 404 straight from the I/O thread.
+// terminal::Input runs the console commands, both through the same decoupler. GET /health and
+// paths outside /media get a fixed answer straight from the I/O thread.
 //
 // Start-up and shut-down (stop(), the reverse order of start()): the HTTP server stops
-// accepting and joins its threads; the console and the timer are shut down (each waits for
+// accepting, lets requests in flight be answered (up to options.stopGrace) and joins its
+// threads; the console and the timer are shut down (each waits for
 // its calls already queued); the decoupler is destroyed, dropping requests still queued; only
 // then the HTTP server, whose connections those requests hold, is destroyed.
 
@@ -62,7 +63,7 @@ public:
 
 private:
     void onRequest(HttpRequest request, Responder respond);
-    void answer(const HttpRequest& request, const std::string& linkHost, const Responder& respond);
+    void answer(const ApiRequest& request, const std::string& linkHost, const Responder& respond);
     std::string linkHostOf(const std::string& hostHeader) const;
     void startStatisticsTimer();
     void startConsole();
@@ -76,6 +77,7 @@ private:
     Statistics m_statistics;
     std::unique_ptr<MediaRoutes> m_routes;
     std::string m_notFoundBody;  // the fixed answer outside /media
+    std::string m_faultPath;     // a test's path that fails inside the service; empty: none
     unsigned short m_port = 0;
 
     // Declared in the order of destruction's needs: the decoupler (below) goes before the HTTP

@@ -2,8 +2,11 @@
 
 // The command line of orv_media_service.
 
+#include <chrono>
 #include <ostream>
 #include <string>
+
+#include "HttpServer.h"
 
 namespace mediaservice {
 
@@ -13,6 +16,9 @@ struct Options {
     std::string catalogueFile;     // empty: the built-in catalogue
     bool console = true;           // false with --no-console
     unsigned int httpThreads = 2;  // I/O threads of the HTTP server
+    HttpLimits limits;             // request sizes, connections and deadlines
+    // How long a stop waits for requests in flight to be answered.
+    std::chrono::milliseconds stopGrace{5000};
     bool help = false;
 };
 

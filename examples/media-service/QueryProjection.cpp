@@ -15,7 +15,7 @@ using orv::nol::common::queries::LIMIT_NOT_SET;
 using orv::nol::common::queries::OFFSET_NOT_SET;
 
 // The deepest expansion by level: tlib::EExpandOpt counts down from Level5.
-constexpr int DeepestLevel = 5;
+constexpr int kDeepestLevel = 5;
 
 ApiError badRequest(const std::string& message) {
     return {HttpStatusCode::BadRequest, message};
@@ -31,7 +31,7 @@ bool isLink(FieldType type) {
 
 bool expandsByLevel(EExpandOpt level) {
     const int value = static_cast<int>(level);
-    return value >= 1 && value <= DeepestLevel;
+    return value >= 1 && value <= kDeepestLevel;
 }
 
 }  // namespace
@@ -85,9 +85,9 @@ std::vector<Link> FieldSelection::pageOf(const std::string& field, std::vector<L
 Expansion Expansion::fromQuery(const std::string& kind, const Query& query) {
     Expansion expansion;
     if (query.expandType == 1) {
-        if (query.expandLevel > DeepestLevel) {
+        if (query.expandLevel > kDeepestLevel) {
             throw badRequest("$expand: level " + std::to_string(query.expandLevel) +
-                             " is deeper than " + std::to_string(DeepestLevel));
+                             " is deeper than " + std::to_string(kDeepestLevel));
         }
         expansion.m_level = static_cast<EExpandOpt>(query.expandLevel);
     } else if (query.expandType == 2) {

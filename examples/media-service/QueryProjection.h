@@ -15,9 +15,9 @@
 
 namespace mediaservice {
 
-using orv::nol::common::queries::FilterField_t;
-using orv::nol::common::queries::Query;
-using orv::nol::common::tlib::EExpandOpt;
+using FilterField_t = orv::nol::common::queries::FilterField_t;
+using Query = orv::nol::common::queries::Query;
+using EExpandOpt = orv::nol::common::tlib::EExpandOpt;
 
 // The fields to write. Without "$fields" every field is written, each list whole.
 class FieldSelection {

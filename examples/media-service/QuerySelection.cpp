@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <stdexcept>
 #include <variant>
 
@@ -70,7 +71,13 @@ Filter makeFilter(const std::string& kind, const std::string& field, const std::
             if (value.empty() || value == "-" || !isNumber(value)) {
                 throw badRequest("filter " + field + "=" + value + " needs a whole number");
             }
-            filter.number = std::stoll(value);
+            try {
+                filter.number = std::stoll(value);
+            } catch (const std::out_of_range&) {
+                throw badRequest("filter " + field + "=" + value + " is out of range " +
+                                 std::to_string(std::numeric_limits<std::int64_t>::min()) + " to " +
+                                 std::to_string(std::numeric_limits<std::int64_t>::max()));
+            }
             break;
         case FieldType::Link:
         case FieldType::LinkList:
@@ -223,7 +230,7 @@ std::size_t startOfPage(const std::vector<const MediaElement*>& sorted, const Qu
 
 std::size_t pageSize(const Query& query) {
     if (!query.pagesExist || query.limit == LIMIT_NOT_SET) {
-        return DefaultPageSize;
+        return kDefaultPageSize;
     }
     if (query.limit < 0) {
         throw badRequest("$limit must not be negative");

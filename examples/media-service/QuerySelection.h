@@ -12,17 +12,17 @@
 
 namespace mediaservice {
 
-using orv::nol::common::queries::Query;
+using Query = orv::nol::common::queries::Query;
 
 // Page size when the query gives no "$limit".
-inline constexpr std::size_t DefaultPageSize = 20;
+inline constexpr std::size_t kDefaultPageSize = 20;
 
 // One page of a list and where it lies in the whole result.
 struct Page {
     std::vector<const MediaElement*> items;
     std::size_t total = 0;   // elements that pass the filters and the search
     std::size_t offset = 0;  // position of the first item in the sorted result
-    std::size_t limit = 0;   // the page size asked for, or DefaultPageSize
+    std::size_t limit = 0;   // the page size asked for, or kDefaultPageSize
 };
 
 // Applies, in this order:

@@ -2,6 +2,7 @@
 
 #include "Rendering.h"
 
+#include <string>
 #include <variant>
 
 #include "orv/dataformats/data/Array.h"
@@ -11,6 +12,8 @@
 #include "orv/nol/common/data/Url.h"
 
 namespace mediaservice {
+
+namespace data = orv::dataformats::data;
 
 namespace {
 
@@ -25,11 +28,11 @@ data::Integer* integer(std::size_t value) {
 }
 
 std::string listPath(const std::string& kind) {
-    return "/" + std::string(ServiceSegment) + "/" + kind;
+    return "/" + std::string(kServiceSegment) + "/" + kind;
 }
 
 std::string pathOf(const Link& link) {
-    return Utils::getUriOfParts(ServiceSegment, link.kind, link.id.toString());
+    return Utils::getUriOfParts(kServiceSegment, link.kind, link.id.toString());
 }
 
 }  // namespace
@@ -131,10 +134,19 @@ std::unique_ptr<data::Object> errorBody(orv::nol::common::HttpStatusCode status,
                                         const std::string& message) {
     auto object = std::make_unique<data::Object>();
     object->setNew("status", new data::Integer(static_cast<int>(status)));
-    object->setNew("statusText",
-                   new data::String(orv::nol::common::convertStatusCodeToString(status)));
+    object->setNew("statusText", new data::String(statusText(static_cast<int>(status))));
     object->setNew("message", new data::String(message));
     return object;
+}
+
+std::string statusText(int status) {
+    using orv::nol::common::HttpStatusCode;
+    const HttpStatusCode code = orv::nol::common::convertIntToStatusCode(status);
+    if (code != HttpStatusCode::Undefined) {
+        return orv::nol::common::convertStatusCodeToString(code);
+    }
+    // The one code the library's table lacks that this service answers with.
+    return status == 431 ? "Request Header Fields Too Large" : "Error";
 }
 
 }  // namespace mediaservice

@@ -17,8 +17,6 @@
 
 namespace mediaservice {
 
-namespace data = orv::dataformats::data;
-
 class Renderer {
 public:
     // `port` is the port the service listens on, written into every link.
@@ -26,33 +24,41 @@ public:
 
     // baseSerialize() ("id", "name", "uri") and the kind's own fields, as far as `fields`
     // selects them; links written as URLs or, where `expansion` says so, as the linked elements.
-    std::unique_ptr<data::Object> element(const MediaElement& element, const FieldSelection& fields,
-                                          const Expansion& expansion) const;
+    std::unique_ptr<orv::dataformats::data::Object> element(const MediaElement& element,
+                                                            const FieldSelection& fields,
+                                                            const Expansion& expansion) const;
 
     // {"kind", "total", "offset", "limit", "count", "items": [...]} and, when more elements
     // follow, "next": the link to the next page (the same query with the next "$offset").
-    std::unique_ptr<data::Object> page(const std::string& kind, const Page& page,
-                                       const Query& query, const FieldSelection& fields,
-                                       const Expansion& expansion) const;
+    std::unique_ptr<orv::dataformats::data::Object> page(const std::string& kind, const Page& page,
+                                                         const Query& query,
+                                                         const FieldSelection& fields,
+                                                         const Expansion& expansion) const;
 
     // A link to each kind's list.
-    std::unique_ptr<data::Object> index() const;
+    std::unique_ptr<orv::dataformats::data::Object> index() const;
 
     // A data::Url for a path of this service ("/media/tracks").
-    std::unique_ptr<data::Value> link(const std::string& path) const;
+    std::unique_ptr<orv::dataformats::data::Value> link(const std::string& path) const;
 
 private:
-    data::Value* fieldValue(const std::string& field, const FieldValue& value,
-                            const FieldSelection& fields, const Expansion& expansion) const;
-    data::Value* linkValue(const Link& link, bool expand, const Expansion& expansion) const;
+    orv::dataformats::data::Value* fieldValue(const std::string& field, const FieldValue& value,
+                                              const FieldSelection& fields,
+                                              const Expansion& expansion) const;
+    orv::dataformats::data::Value* linkValue(const Link& link, bool expand,
+                                             const Expansion& expansion) const;
 
     const Catalogue& m_catalogue;
     std::string m_portPrefix;  // ":" + port
 };
 
-// {"status": 404, "statusText": "NotFound", "message": ...}: the text is the one
-// convertStatusCodeToString gives.
-std::unique_ptr<data::Object> errorBody(orv::nol::common::HttpStatusCode status,
-                                        const std::string& message);
+// {"status": 404, "statusText": "NotFound", "message": ...}, with statusText(status).
+std::unique_ptr<orv::dataformats::data::Object> errorBody(orv::nol::common::HttpStatusCode status,
+                                                          const std::string& message);
+
+// The reason phrase of a status: the library's text where its table has the code
+// ("NotFound"), the standard phrase for 431, which it lacks ("Request Header Fields Too
+// Large"), "Error" for anything else.
+std::string statusText(int status);
 
 }  // namespace mediaservice

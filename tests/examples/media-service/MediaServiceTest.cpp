@@ -26,7 +26,7 @@ std::string fileHolding(const std::string& text) {
 
 template <typename Kind>
 const Kind& nth(const Catalogue& catalogue, std::size_t index) {
-    return static_cast<const Kind&>(*catalogue.elementsOf(Kind::Kind).at(index));
+    return static_cast<const Kind&>(*catalogue.elementsOf(Kind::kKind).at(index));
 }
 
 TEST(CatalogueFile, LeftOutMembersTakeTheirDefaults) {

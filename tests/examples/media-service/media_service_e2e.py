@@ -5,8 +5,9 @@
 # a pipe, sends every row of the request table with curl and checks status line, content type
 # and body, uses the console and stops the service with "quit", which must end it with exit
 # code 0 within 5 s. A second run serves the sample catalogue file with standard input on
-# /dev/null (so without console) and is stopped with SIGTERM. The service is always killed
-# when a check fails.
+# /dev/null (so without console) and is stopped with SIGTERM. A third run, with short deadlines
+# and a small connection cap, takes the abuse table over raw sockets. The service is always
+# killed when a check fails.
 #
 #     media_service_e2e.py <path of orv_media_service> <path of sample-catalogue.json>
 #
@@ -14,11 +15,13 @@
 # bodies come from the service's full listings where they can, so that a row states its rule
 # rather than a copy of the answer; ids are pinned where the README shows them.
 
-import json, re, signal, subprocess, sys, tempfile, time  # noqa: E401
+import json, os, re, select, signal, socket, subprocess, sys, tempfile, time  # noqa: E401
 
 DEADLINE = 60.0  # start-up and console answers; sanitizer builds start slowly on a busy machine
 TEXTS = {200: "OK", 400: "Bad Request", 404: "NotFound", 405: "Method Not Allowed",
-         500: "Internal Server Error"}
+         408: "Request Time-out", 413: "Request Entity Too Large", 414: "Request-URI Too Large",
+         431: "Request Header Fields Too Large", 500: "Internal Server Error",
+         503: "Service Unavailable"}
 FAULTS = {401: "Invalid Action", 402: "Invalid Args", 600: "Argument Value Invalid",
           601: "Argument Value Out Of Range"}
 STARTED = []  # every service process, killed at the end whatever happened
@@ -183,10 +186,10 @@ def wait_for(service, pattern, line=None):
         time.sleep(0.05)
 
 
-def start(binary, arguments, stdin):
-    log = tempfile.TemporaryFile()
-    service = subprocess.Popen([binary, "--port", "0"] + arguments, stdin=stdin, stdout=log,
-                               stderr=subprocess.STDOUT)
+def start(binary, arguments, stdin, env=None):
+    log = tempfile.NamedTemporaryFile()  # the service appends through its own file offset
+    service = subprocess.Popen([binary, "--port", "0"] + arguments, stdin=stdin, env=env,
+                               stdout=open(log.name, "ab"), stderr=subprocess.STDOUT)
     service.log = log
     STARTED.append(service)
     return (service, *wait_for(service, r"service on (http://[\d.]+:(\d+))/media").groups())
@@ -217,8 +220,125 @@ def catalogue_file(binary, catalogue):
     check("console off: standard input is /dev/null" in output(service), output(service))
 
 
+# Sends `data` on a new connection (bytes, or a function given a connect function that returns
+# the connection it sent on), ends sending and returns all the service sends until it closes.
+def exchange(port, data):
+    connect = lambda: socket.create_connection(("127.0.0.1", port), timeout=DEADLINE)  # noqa
+    with data(connect) if callable(data) else connect() as connection:
+        try:
+            callable(data) or connection.sendall(data)
+            connection.shutdown(socket.SHUT_WR)
+        except OSError:
+            pass  # the service refused early and closed: its answer is still there to read
+        received = b""
+        while chunk := connection.recv(65536):
+            received += chunk
+        return received
+
+
+# One byte every 0.25 s until the service answers (its header deadline is 1 s).
+def trickle(connect):
+    connection = connect()
+    for byte in b"GET /media HTTP/1.1\r\nHost: x\r\n\r\n":
+        connection.send(bytes([byte]))
+        if select.select([connection], [], [], 0.25)[0]:
+            break
+    return connection
+
+
+# Holds the service's `cap` connections busy (each has had an answer, so each is counted), then
+# sends a request on one more.
+def over_cap(cap, request):
+    def send(connect):
+        holders = []
+        while len(holders) < cap:
+            holder = connect()
+            holder.sendall(b"GET /health HTTP/1.1\r\n\r\n")
+            answered = holder.recv(100).startswith(b"HTTP/1.1 200")  # 503: an earlier row's
+            (holders.append if answered else lambda h: h.close())(holder)  # session lingers
+        connection = connect()
+        connection.sendall(request)
+        connection.recv(1, socket.MSG_PEEK)
+        [holder.close() for holder in holders]
+        return connection
+    return send
+
+
+# The statuses of the answers in `received`, each checked for its JSON error body; "HEAD 200"
+# stands for an answer without body.
+def statuses(received, expected):
+    found = []
+    for want in expected:
+        head, _, received = received.partition(b"\r\n\r\n")
+        status = int(head[9:12]) if re.match(rb"HTTP/1\.1 \d{3} ", head) else head[:60]
+        found.append(status)
+        length = re.search(rb"(?i)\r\ncontent-length: (\d+)", head)
+        if str(want).startswith("HEAD") or not length:
+            continue
+        body, received = received[:int(length.group(1))], received[int(length.group(1)):]
+        check(status < 400 or json.loads(body) == {"status": status, "statusText": TEXTS[status],
+              "message": json.loads(body).get("message") or "(a message)"}, body[:200])
+    check(received == b"", f"more than the answers: {received[:200]!r}")
+    return found
+
+
+# Rows: (what, the request or a function sending it, the statuses of the answers, a pattern the
+# answers must hold). Each row on its own connection; the service must go on answering.
+def abuse_table(cap):
+    get, big = b"GET /media HTTP/1.1\r\nHost: x\r\n", b"POST /media/actions/GetRating HTTP/1.1\r\n"
+    return [
+        ("target of 100 kB", b"GET /" + b"a" * 100_000 + b" HTTP/1.1\r\n\r\n", [414], b""),
+        ("target of 9 kB", b"GET /" + b"a" * 9000 + b" HTTP/1.1\r\n\r\n", [414], b""),
+        ("one field of 60 kB", get + b"X-A: " + b"b" * 60_000 + b"\r\n\r\n", [431], b""),
+        ("200 fields, 20 kB", get + (b"X-A: " + b"b" * 95 + b"\r\n") * 200 + b"\r\n", [431],
+         b""),
+        ("8 MB body announced", big + b"Content-Length: 8000000\r\n\r\n" + b"x" * 65536, [413],
+         b""),
+        ("chunked body over 1 MiB", big + b"Transfer-Encoding: chunked\r\n\r\n100001\r\n" +
+         b"x" * 0x100001 + b"\r\n0\r\n\r\n", [413], b""),
+        ("request line not HTTP", b"HELLO THERE\r\n\r\n", [400], b""),
+        ("binary garbage", bytes(range(256)) * 4, [400], b""),
+        ("negative Content-Length", big + b"Content-Length: -5\r\n\r\n", [400], b""),
+        ("Content-Length and Transfer-Encoding",
+         big + b"Content-Length: 5\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", [400], b""),
+        ("a route that throws (its reason only in the log)", b"GET /media/fault HTTP/1.1\r\n\r\n",
+         [500], b'"message":"the service failed to answer this request"'),
+        ("$expand=257 (level 1 in a byte)", b"GET /media/tracks?$expand=257 HTTP/1.1\r\n\r\n",
+         [400], b"'257' is out of range 0 to 5"),
+        ("pipelined, HEAD without body", get + b"\r\nHEAD /media/tracks HTTP/1.1\r\n\r\n" +
+         b"DELETE /media HTTP/1.1\r\n\r\n", [200, "HEAD 200", 405], b"\r\nAllow: GET, HEAD\r\n"),
+        ("one byte every 0.25 s", trickle, [408], b""),
+        ("more connections than the cap", over_cap(cap, get + b"\r\n"), [503],
+         b"\r\nRetry-After: 1\r\n"),
+    ]
+
+
+def abuse(binary):
+    cap = 4
+    service, _, port = start(binary, ["--no-console", "--header-timeout", "1000",
+                                      "--max-connections", str(cap)], subprocess.DEVNULL,
+                             dict(os.environ, ORV_MEDIA_SERVICE_FAULT_PATH="/media/fault"))
+    port, failures = int(port), []
+    for what, request, expected, pattern in abuse_table(cap):
+        try:
+            received = exchange(port, request)
+            found = statuses(received, expected)
+            check(found == [int(str(w).split()[-1]) for w in expected], f"answers {found}")
+            check(pattern in received, f"no {pattern!r} in {received[:300]!r}")
+            deadline = time.monotonic() + DEADLINE  # lingering sessions of the row may count
+            while not exchange(port, b"GET /health HTTP/1.1\r\n\r\n").startswith(b"HTTP/1.1 200"):
+                check(time.monotonic() < deadline, "the service no longer answers")
+        except Exception as error:  # noqa: BLE001 -- every row is reported
+            failures.append(f"{what}: {error!r}")
+    check(not failures, "\n".join(["abuse rows failed:"] + failures))
+    service.send_signal(signal.SIGTERM)
+    check(service.wait(timeout=DEADLINE) == 0, "exit code after SIGTERM")
+    check("request failed: GET /media/fault: a fault injected" in output(service), "fault log")
+
+
 if __name__ == "__main__":
     try:
+        abuse(sys.argv[1])
         built_in_catalogue(sys.argv[1])
         catalogue_file(sys.argv[1], sys.argv[2])
     finally:
