@@ -1,10 +1,13 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
+#include <thread>
 
 #include "orv/bafu/IDecoupler.h"
 #include "orv/bafu/SignalingCounter.h"
+#include "orv/common/system/Mutex.h"
 #include "orv/nol/common/Export.h"
 
 namespace orv {
@@ -41,7 +44,25 @@ public:
     void removeAllCalls() override;
 
 private:
-    SignalingCounter m_runningCalls;  // calls currently inside call(), on any thread
+    bool claimOwnership(std::thread::id self);
+    void endOwnerCall();
+
+    // Calls on threads other than the owner, plus one increment standing for the owner's calls
+    // while a removal waits for them (m_ownerCounted). Removals subscribe here.
+    SignalingCounter m_runningCalls;
+
+    // The owner is the first thread that calls; a decoupler is mostly called from one thread.
+    // Its calls are counted in m_ownerCalls, which only it writes, so entering a call takes no
+    // locked instruction and leaving one takes a single exchange. A removal stores
+    // m_removalWaiting before it reads m_ownerCalls, the owner stores m_ownerCalls before it
+    // reads m_removalWaiting (all sequentially consistent), so a removal that sees the owner
+    // in a call is always seen by the owner when that call ends; it then counts the owner's
+    // calls in m_runningCalls until the owner takes the increment back.
+    std::atomic<std::thread::id> m_owner{};
+    std::atomic<unsigned long> m_ownerCalls{0};
+    std::atomic<bool> m_removalWaiting{false};  // written under m_mutex
+    common::system::Mutex m_mutex;              // guards m_ownerCounted and m_removalWaiting
+    bool m_ownerCounted = false;
 };
 
 }  // namespace bafu

@@ -14,25 +14,21 @@ SignalingCounter::SignalingCounter(unsigned long initialCount) : m_count(initial
 SignalingCounter::~SignalingCounter() = default;
 
 void SignalingCounter::inc() {
-    MutexGuard guard(m_mutex);
     ++m_count;
 }
 
 void SignalingCounter::dec() {
-    MutexGuard guard(m_mutex);
-    if (m_count > 0) {
-        --m_count;
+    unsigned long count = m_count.load();
+    while (count > 0 && !m_count.compare_exchange_weak(count, count - 1)) {
     }
-    if (m_count > 0) {
-        return;
+    if (count > 1 || !m_waiting.load()) {
+        return;  // not at zero, or nobody to fire: finish() would find an empty list
     }
-    guard.unlock();
     finish();
 }
 
 unsigned long SignalingCounter::get() const {
-    MutexGuard guard(m_mutex);
-    return m_count;
+    return m_count.load();
 }
 
 void SignalingCounter::finish() {
@@ -40,6 +36,7 @@ void SignalingCounter::finish() {
     {
         MutexGuard guard(m_mutex);
         due.swap(m_subscribers);  // leaves the member list empty and without storage
+        m_waiting.store(false);
     }
     for (const auto& subscriber : due) {
         subscriber();
@@ -49,7 +46,8 @@ void SignalingCounter::finish() {
 void SignalingCounter::subscribeForZero(std::function<void()>&& callback) {
     MutexGuard guard(m_mutex);
     m_subscribers.push_back(std::move(callback));
-    if (m_count > 0) {
+    m_waiting.store(true);
+    if (m_count.load() > 0) {
         return;
     }
     guard.unlock();

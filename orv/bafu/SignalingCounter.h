@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <vector>
 
@@ -68,9 +69,16 @@ public:
     void subscribeForZero(std::function<void()>&& callback);
 
 private:
-    mutable common::system::Mutex m_mutex;  // guards m_count and m_subscribers
-    unsigned long m_count;
+    // The count is atomic so that inc(), get() and a dec() that fires nobody take no lock; the
+    // mutex guards the subscriber list and m_waiting, which tells a dec() reaching zero
+    // whether there is anyone to fire. A subscriber stores m_waiting before it reads the count
+    // and dec() changes the count before it reads m_waiting, both sequentially consistent, so
+    // at least one of the two sees the other and a subscriber is never left behind by a zero
+    // event that happened while it subscribed.
+    common::system::Mutex m_mutex;
+    std::atomic<unsigned long> m_count;
     std::vector<std::function<void()>> m_subscribers;
+    std::atomic<bool> m_waiting{false};  // m_subscribers is not empty; written under m_mutex
 };
 
 }  // namespace bafu

@@ -28,12 +28,15 @@ std::string scan(const std::string& hex) {
     return hex.size() % 2 == 0 ? bytes : "Hex string length is not divisible by 2.";
 }
 
-// Every pair of characters, alone, twice around "00" and with an odd character after it (an
-// odd length is refused before any character is looked at); every byte written, twice.
+// Every pair of characters, alone, twice around "00", among fifteen plain pairs (at a place
+// that moves with the pair) and with an odd character after it (an odd length is refused
+// before any character is looked at); every byte written, twice.
 TEST(Conversion, ReadsAndWritesAsTheCLibraryDoes) {
     for (int pair = 0; pair < 65536; ++pair) {
         const std::string hex{static_cast<char>(pair >> 8), static_cast<char>(pair & 0xFF)};
-        for (const std::string& text : {hex, hex + "00" + hex, hex + "0"}) {
+        const std::string among =
+            std::string(2 * (pair % 16), 'F') + hex + std::string(30 - 2 * (pair % 16), '9');
+        for (const std::string& text : {hex, hex + "00" + hex, among, hex + "0"}) {
             try {
                 const std::vector<unsigned char> bytes = Conversion::binaryOfHexString(text);
                 ASSERT_EQ(std::string(bytes.begin(), bytes.end()), scan(text)) << pair;
