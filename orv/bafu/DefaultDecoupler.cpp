@@ -10,6 +10,69 @@
 #include "orv/bafu/detail/UserIds.h"
 #include "orv/common/system/MutexGuard.h"
 
+// The queue of a DefaultDecoupler, and the rules that keep it correct without a lock.
+//
+// Shape. A call travels in a CallNode: a client pushes it onto the inbox (CallInbox, an
+// intrusive FIFO list that any thread pushes onto and only the worker takes from); the worker
+// either runs it straight from the inbox or first sorts it into the queue (CallQueue, one FIFO
+// list per priority and a bitmap of the non-empty ones), which only the worker touches.
+//
+// Who touches what.
+//   m_inbox->m_tail       any pusher (exchange), the worker (reads, to see where the inbox ends)
+//   node->link            its pusher writes it once (the link to the next node); the worker
+//                         reads it; in the queue and in dropped chains the worker alone
+//   m_inbox->m_announced  pushers set bits, the worker clears them all when it sorts in
+//   m_inbox->m_front, m_queue, m_spare   the worker alone
+//   m_nextUserId          any thread, under m_mutex
+//   m_running             the destructor clears it under m_mutex; the worker reads it
+//   m_workerWaiting       the worker sets it under m_mutex before it sleeps; the first pusher
+//                         that finds it set clears it and wakes the worker
+//
+// Invariants.
+//   I1  The inbox holds the calls in the order their pushes swapped m_tail; the queue holds
+//       each priority's calls in that same order. The queue's calls all came into the inbox
+//       before the calls still in it.
+//   I2  Every call in the inbox was pushed after the last sort-in cleared the announcements, or
+//       its priority is announced: a push links its node before it announces, and a sort-in
+//       clears the announcements before it reads m_tail, so it takes every node whose
+//       announcement it cleared. Announcements may outlive their calls (a call taken directly
+//       leaves its bit set); that only costs an extra sort-in.
+//   I3  Hence the next call is (takeNext):
+//       - when the queue is empty, the oldest inbox call if no announced priority is more
+//         urgent than its own (the direct hand-over, handOverDirectly); otherwise the inbox is
+//         sorted in and the queue's front is next;
+//       - when the queue is not empty, its front, after sorting the inbox in if an announced
+//         priority is more urgent than that front. An arrival of the front's priority or a
+//         less urgent one came later (I1) and can wait where it is.
+//       Every push that returned before the worker picks takes part in the pick; a push still
+//       in progress may go either way.
+//   I4  A push swaps m_tail first and links its predecessor second: in between the chain is
+//       cut. The worker never looks past a cut: a sort-in waits it out (the pusher is between
+//       two stores), a direct take reports "nothing linked yet" and the worker may sleep, to be
+//       woken by that pusher.
+//
+// Memory orders. The pusher's store of the link releases the node's contents and the worker's
+// load of it acquires them. The link store, the announcement and m_workerWaiting are
+// sequentially consistent on both sides because each side writes one location and then reads
+// the other's (the pusher: link, then m_workerWaiting; the worker going to sleep:
+// m_workerWaiting, then the link): with anything weaker both could read the old value, and a
+// call would wait in the inbox beside a sleeping worker. m_running needs no order of its own:
+// the destructor clears it under m_mutex and the worker reads it under m_mutex before it
+// sleeps; its other reads only let the worker stop earlier.
+//
+// Sleeping. An idle worker spins a little (SpinsBeforeSleep), then under m_mutex sets
+// m_workerWaiting, looks at the inbox once more and waits on m_wakeUp. The first pusher that
+// finds the flag set clears it, takes m_mutex (so the worker is either still to look at the
+// inbox or already waiting) and signals. Later pushers find the flag clear: their calls are
+// found by the same wake-up, since the worker drains before it sleeps again.
+//
+// Removal as a barrier. removeUserCalls(user, onRemoved) pushes a call like any other, with
+// user id 0 and priority 254, so it waits behind every call of priority 0..254 handed over
+// before it (I1, I3). When the worker runs it (carryOutRemoval) it sorts the whole inbox in,
+// withdraws the user's calls from every priority list (those of 255, and of 254 behind the
+// request, plus whatever arrived since), destroys them unrun and only then calls onRemoved.
+// No call of the user runs meanwhile, as the worker is busy with the removal itself.
+
 namespace orv {
 namespace bafu {
 
@@ -25,18 +88,6 @@ constexpr unsigned char RemovalPriority = 254;
 constexpr int SpinsBeforeSleep = 200;
 
 }  // namespace
-
-// How the worker and the clients meet. Clients push new calls onto the lock-free inbox, which
-// also records which priorities have arrived. The worker takes the oldest call of the inbox
-// directly when nothing sorted in before is waiting and no arrived priority is more urgent;
-// otherwise it sorts the inbox into its priority lists and takes the most urgent, oldest
-// entry there. Either way every call handed over before a pick takes part in it.
-//
-// An idle worker (one that finds no call linked in) sets m_workerWaiting, looks at the inbox
-// once more and waits on m_wakeUp, all under m_mutex. The first client that finds m_workerWaiting
-// set after its push clears it, takes m_mutex (so the worker is either still to look at the inbox
-// or already waiting) and signals. Both sides use sequentially consistent operations on the flag
-// and on the links of the inbox, so one sees the other.
 
 DefaultDecoupler::Element::Element(std::function<void()>&& function, unsigned int userId)
     : function(std::move(function)), userId(userId) {}
@@ -113,10 +164,7 @@ bool DefaultDecoupler::takeNext(std::function<void()>& function) noexcept {
             return false;
         }
         if (oldest.node->priority <= m_inbox->lowestAnnouncedPriority()) {
-            keepOrFree(oldest.retired);
-            function = std::move(oldest.node->element.function);
-            // The next call's node, if already linked, is fetched while this call runs.
-            __builtin_prefetch(oldest.node->next(), 1);
+            handOverDirectly(oldest.node, oldest.retired, function);
             return true;
         }
         sortIn(oldest.node, oldest.retired);  // a more urgent call arrived after it
@@ -124,10 +172,24 @@ bool DefaultDecoupler::takeNext(std::function<void()>& function) noexcept {
     } else if (m_inbox->lowestAnnouncedPriority() < m_queue->lowestPriority()) {
         sortInArrivals();
     }
+    takeFront(function);
+    return true;
+}
+
+// The oldest inbox call is the next one (I3): it runs from its inbox node, which stays as the
+// inbox's front until the next take retires it.
+void DefaultDecoupler::handOverDirectly(detail::CallNode* node, detail::CallNode* retired,
+                                        std::function<void()>& function) noexcept {
+    keepOrFree(retired);
+    function = std::move(node->element.function);
+    // The next call's node, if already linked, is fetched while this call runs.
+    __builtin_prefetch(node->next(), 1);
+}
+
+void DefaultDecoupler::takeFront(std::function<void()>& function) noexcept {
     detail::CallNode* const node = m_queue->popFront();
     function = std::move(node->element.function);
     delete node;  // freed before the call runs
-    return true;
 }
 
 void DefaultDecoupler::enqueue(std::function<void()>&& function, unsigned int userId,

@@ -77,6 +77,9 @@ protected:
 private:
     void enqueue(std::function<void()>&& function, unsigned int userId, unsigned char priority);
     bool takeNext(std::function<void()>& function) noexcept;
+    void handOverDirectly(detail::CallNode* node, detail::CallNode* retired,
+                          std::function<void()>& function) noexcept;
+    void takeFront(std::function<void()>& function) noexcept;
     void sortIn(detail::CallNode* arrived, detail::CallNode* retired) noexcept;
     void sortInArrivals() noexcept;
     void keepOrFree(detail::CallNode* retired) noexcept;
