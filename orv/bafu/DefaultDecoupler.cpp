@@ -5,6 +5,7 @@
 #include "orv/bafu/detail/AwaitRemoval.h"
 #include "orv/bafu/detail/CallInbox.h"
 #include "orv/bafu/detail/CallNode.h"
+#include "orv/bafu/detail/CallNodePool.h"
 #include "orv/bafu/detail/CallQueue.h"
 #include "orv/bafu/detail/CpuRelax.h"
 #include "orv/bafu/detail/UserIds.h"
@@ -23,6 +24,7 @@
 //                         reads it; in the queue and in dropped chains the worker alone
 //   m_inbox->m_announced  pushers set bits, the worker clears them all when it sorts in
 //   m_inbox->m_front, m_queue, m_spare   the worker alone
+//   m_pool                the worker gives spent nodes back, clients take them (CallNodePool)
 //   m_nextUserId          any thread, under m_mutex
 //   m_running             the destructor clears it under m_mutex; the worker reads it
 //   m_workerWaiting       the worker sets it under m_mutex before it sleeps; the first pusher
@@ -95,6 +97,7 @@ DefaultDecoupler::Element::Element(std::function<void()>&& function, unsigned in
 DefaultDecoupler::DefaultDecoupler(const std::string& threadName)
     : Thread(threadName),
       m_nextUserId(detail::FirstUserId),
+      m_pool(std::make_unique<detail::CallNodePool>()),
       m_inbox(std::make_unique<detail::CallInbox>()),
       m_queue(std::make_unique<detail::CallQueue>()),
       m_spare(std::make_unique<detail::CallNode>(std::function<void()>(), 0, 0)),
@@ -189,12 +192,12 @@ void DefaultDecoupler::handOverDirectly(detail::CallNode* node, detail::CallNode
 void DefaultDecoupler::takeFront(std::function<void()>& function) noexcept {
     detail::CallNode* const node = m_queue->popFront();
     function = std::move(node->element.function);
-    delete node;  // freed before the call runs
+    recycle(node);  // before the call runs
 }
 
 void DefaultDecoupler::enqueue(std::function<void()>&& function, unsigned int userId,
                                unsigned char priority) {
-    m_inbox->push(new detail::CallNode(std::move(function), userId, priority));
+    m_inbox->push(m_pool->take(std::move(function), userId, priority));
     // Only the first pusher to find the worker waiting wakes it; the others' calls are found
     // by the same wake-up.
     if (m_workerWaiting.load() && m_workerWaiting.exchange(false)) {
@@ -226,8 +229,13 @@ void DefaultDecoupler::keepOrFree(detail::CallNode* retired) noexcept {
     if (m_spare == nullptr) {
         m_spare.reset(retired);
     } else {
-        delete retired;
+        recycle(retired);
     }
+}
+
+void DefaultDecoupler::recycle(detail::CallNode* node) noexcept {
+    node->element.function = nullptr;  // moved out already; a moved-from function may hold state
+    m_pool->giveBack(node);
 }
 
 void DefaultDecoupler::carryOutRemoval(unsigned int userId,
