@@ -7,7 +7,6 @@
 #include "orv/bafu/detail/CallNode.h"
 #include "orv/bafu/detail/CallNodePool.h"
 #include "orv/bafu/detail/CallQueue.h"
-#include "orv/bafu/detail/CpuRelax.h"
 #include "orv/bafu/detail/UserIds.h"
 #include "orv/common/system/MutexGuard.h"
 
@@ -62,10 +61,9 @@
 // the destructor clears it under m_mutex and the worker reads it under m_mutex before it
 // sleeps; its other reads only let the worker stop earlier.
 //
-// Sleeping. An idle worker spins a little (SpinsBeforeSleep), then under m_mutex sets
-// m_workerWaiting, looks at the inbox once more and waits on m_wakeUp. The first pusher that
-// finds the flag set clears it, takes m_mutex (so the worker is either still to look at the
-// inbox or already waiting) and signals. Later pushers find the flag clear: their calls are
+// Sleeping. An idle worker, under m_mutex, sets m_workerWaiting, looks at the inbox once more
+// and waits on m_wakeUp. The first pusher that finds the flag set clears it, takes m_mutex (so
+// the worker is either still to look at the inbox or already waiting) and signals. Later pushers find the flag clear: their calls are
 // found by the same wake-up, since the worker drains before it sleeps again.
 //
 // Removal as a barrier. removeUserCalls(user, onRemoved) pushes a call like any other, with
@@ -84,10 +82,6 @@ namespace {
 
 // Removal requests queue behind every call of priority 0 to 254 that is already there.
 constexpr unsigned char RemovalPriority = 254;
-
-// How often the worker looks for new calls before it goes to sleep: a few microseconds, which
-// spares the sleep and the wake-up when calls follow each other closely.
-constexpr int SpinsBeforeSleep = 200;
 
 }  // namespace
 
@@ -185,8 +179,6 @@ void DefaultDecoupler::handOverDirectly(detail::CallNode* node, detail::CallNode
                                         std::function<void()>& function) noexcept {
     keepOrFree(retired);
     function = std::move(node->element.function);
-    // The next call's node, if already linked, is fetched while this call runs.
-    __builtin_prefetch(node->next(), 1);
 }
 
 void DefaultDecoupler::takeFront(std::function<void()>& function) noexcept {
@@ -251,12 +243,6 @@ void DefaultDecoupler::carryOutRemoval(unsigned int userId,
 }
 
 void DefaultDecoupler::waitForWork() {
-    for (int spin = 0; spin < SpinsBeforeSleep; ++spin) {
-        if (m_inbox->hasLinkedCall()) {
-            return;
-        }
-        detail::cpuRelax();
-    }
     MutexGuard guard(m_mutex);
     m_workerWaiting = true;
     if (!m_inbox->hasLinkedCall() && m_running) {
