@@ -5,10 +5,73 @@
 #include "orv/bafu/detail/AwaitRemoval.h"
 #include "orv/bafu/detail/CallInbox.h"
 #include "orv/bafu/detail/CallNode.h"
+#include "orv/bafu/detail/CallNodePool.h"
 #include "orv/bafu/detail/CallQueue.h"
-#include "orv/bafu/detail/CpuRelax.h"
 #include "orv/bafu/detail/UserIds.h"
 #include "orv/common/system/MutexGuard.h"
+
+// The queue of a DefaultDecoupler, and the rules that keep it correct without a lock.
+//
+// Shape. A call travels in a CallNode: a client pushes it onto the inbox (CallInbox, an
+// intrusive FIFO list that any thread pushes onto and only the worker takes from); the worker
+// either runs it straight from the inbox or first sorts it into the queue (CallQueue, one FIFO
+// list per priority and a bitmap of the non-empty ones), which only the worker touches.
+//
+// Who touches what.
+//   m_inbox->m_tail       any pusher (exchange), the worker (reads, to see where the inbox ends)
+//   node->link            its pusher writes it once (the link to the next node); the worker
+//                         reads it; in the queue and in dropped chains the worker alone
+//   m_inbox->m_announced  pushers set bits, the worker clears them all when it sorts in
+//   m_inbox->m_front, m_queue, m_spare   the worker alone
+//   m_pool                the worker gives spent nodes back, clients take them (CallNodePool)
+//   m_nextUserId          any thread, under m_mutex
+//   m_running             the destructor clears it under m_mutex; the worker reads it
+//   m_workerWaiting       the worker sets it under m_mutex before it sleeps; the first pusher
+//                         that finds it set clears it and wakes the worker
+//
+// Invariants.
+//   I1  The inbox holds the calls in the order their pushes swapped m_tail; the queue holds
+//       each priority's calls in that same order. The queue's calls all came into the inbox
+//       before the calls still in it.
+//   I2  Every call in the inbox was pushed after the last sort-in cleared the announcements, or
+//       its priority is announced: a push links its node before it announces, and a sort-in
+//       clears the announcements before it reads m_tail, so it takes every node whose
+//       announcement it cleared. Announcements may outlive their calls (a call taken directly
+//       leaves its bit set); that only costs an extra sort-in.
+//   I3  Hence the next call is (takeNext):
+//       - when the queue is empty, the oldest inbox call if no announced priority is more
+//         urgent than its own (the direct hand-over, handOverDirectly); otherwise the inbox is
+//         sorted in and the queue's front is next;
+//       - when the queue is not empty, its front, after sorting the inbox in if an announced
+//         priority is more urgent than that front. An arrival of the front's priority or a
+//         less urgent one came later (I1) and can wait where it is.
+//       Every push that returned before the worker picks takes part in the pick; a push still
+//       in progress may go either way.
+//   I4  A push swaps m_tail first and links its predecessor second: in between the chain is
+//       cut. The worker never looks past a cut: a sort-in waits it out (the pusher is between
+//       two stores), a direct take reports "nothing linked yet" and the worker may sleep, to be
+//       woken by that pusher.
+//
+// Memory orders. The pusher's store of the link releases the node's contents and the worker's
+// load of it acquires them. The link store, the announcement and m_workerWaiting are
+// sequentially consistent on both sides because each side writes one location and then reads
+// the other's (the pusher: link, then m_workerWaiting; the worker going to sleep:
+// m_workerWaiting, then the link): with anything weaker both could read the old value, and a
+// call would wait in the inbox beside a sleeping worker. m_running needs no order of its own:
+// the destructor clears it under m_mutex and the worker reads it under m_mutex before it
+// sleeps; its other reads only let the worker stop earlier.
+//
+// Sleeping. An idle worker, under m_mutex, sets m_workerWaiting, looks at the inbox once more
+// and waits on m_wakeUp. The first pusher that finds the flag set clears it, takes m_mutex (so
+// the worker is either still to look at the inbox or already waiting) and signals. Later pushers find the flag clear: their calls are
+// found by the same wake-up, since the worker drains before it sleeps again.
+//
+// Removal as a barrier. removeUserCalls(user, onRemoved) pushes a call like any other, with
+// user id 0 and priority 254, so it waits behind every call of priority 0..254 handed over
+// before it (I1, I3). When the worker runs it (carryOutRemoval) it sorts the whole inbox in,
+// withdraws the user's calls from every priority list (those of 255, and of 254 behind the
+// request, plus whatever arrived since), destroys them unrun and only then calls onRemoved.
+// No call of the user runs meanwhile, as the worker is busy with the removal itself.
 
 namespace orv {
 namespace bafu {
@@ -20,23 +83,7 @@ namespace {
 // Removal requests queue behind every call of priority 0 to 254 that is already there.
 constexpr unsigned char RemovalPriority = 254;
 
-// How often the worker looks for new calls before it goes to sleep: a few microseconds, which
-// spares the sleep and the wake-up when calls follow each other closely.
-constexpr int SpinsBeforeSleep = 200;
-
 }  // namespace
-
-// How the worker and the clients meet. Clients push new calls onto the lock-free inbox, which
-// also records which priorities have arrived. The worker takes the oldest call of the inbox
-// directly when nothing sorted in before is waiting and no arrived priority is more urgent;
-// otherwise it sorts the inbox into its priority lists and takes the most urgent, oldest
-// entry there. Either way every call handed over before a pick takes part in it.
-//
-// An idle worker (one that finds no call linked in) sets m_workerWaiting, looks at the inbox
-// once more and waits on m_wakeUp, all under m_mutex. The first client that finds m_workerWaiting
-// set after its push clears it, takes m_mutex (so the worker is either still to look at the inbox
-// or already waiting) and signals. Both sides use sequentially consistent operations on the flag
-// and on the links of the inbox, so one sees the other.
 
 DefaultDecoupler::Element::Element(std::function<void()>&& function, unsigned int userId)
     : function(std::move(function)), userId(userId) {}
@@ -44,6 +91,7 @@ DefaultDecoupler::Element::Element(std::function<void()>&& function, unsigned in
 DefaultDecoupler::DefaultDecoupler(const std::string& threadName)
     : Thread(threadName),
       m_nextUserId(detail::FirstUserId),
+      m_pool(std::make_unique<detail::CallNodePool>()),
       m_inbox(std::make_unique<detail::CallInbox>()),
       m_queue(std::make_unique<detail::CallQueue>()),
       m_spare(std::make_unique<detail::CallNode>(std::function<void()>(), 0, 0)),
@@ -113,10 +161,7 @@ bool DefaultDecoupler::takeNext(std::function<void()>& function) noexcept {
             return false;
         }
         if (oldest.node->priority <= m_inbox->lowestAnnouncedPriority()) {
-            keepOrFree(oldest.retired);
-            function = std::move(oldest.node->element.function);
-            // The next call's node, if already linked, is fetched while this call runs.
-            __builtin_prefetch(oldest.node->next(), 1);
+            handOverDirectly(oldest.node, oldest.retired, function);
             return true;
         }
         sortIn(oldest.node, oldest.retired);  // a more urgent call arrived after it
@@ -124,15 +169,27 @@ bool DefaultDecoupler::takeNext(std::function<void()>& function) noexcept {
     } else if (m_inbox->lowestAnnouncedPriority() < m_queue->lowestPriority()) {
         sortInArrivals();
     }
+    takeFront(function);
+    return true;
+}
+
+// The oldest inbox call is the next one (I3): it runs from its inbox node, which stays as the
+// inbox's front until the next take retires it.
+void DefaultDecoupler::handOverDirectly(detail::CallNode* node, detail::CallNode* retired,
+                                        std::function<void()>& function) noexcept {
+    keepOrFree(retired);
+    function = std::move(node->element.function);
+}
+
+void DefaultDecoupler::takeFront(std::function<void()>& function) noexcept {
     detail::CallNode* const node = m_queue->popFront();
     function = std::move(node->element.function);
-    delete node;  // freed before the call runs
-    return true;
+    recycle(node);  // before the call runs
 }
 
 void DefaultDecoupler::enqueue(std::function<void()>&& function, unsigned int userId,
                                unsigned char priority) {
-    m_inbox->push(new detail::CallNode(std::move(function), userId, priority));
+    m_inbox->push(m_pool->take(std::move(function), userId, priority));
     // Only the first pusher to find the worker waiting wakes it; the others' calls are found
     // by the same wake-up.
     if (m_workerWaiting.load() && m_workerWaiting.exchange(false)) {
@@ -164,8 +221,13 @@ void DefaultDecoupler::keepOrFree(detail::CallNode* retired) noexcept {
     if (m_spare == nullptr) {
         m_spare.reset(retired);
     } else {
-        delete retired;
+        recycle(retired);
     }
+}
+
+void DefaultDecoupler::recycle(detail::CallNode* node) noexcept {
+    node->element.function = nullptr;  // moved out already; a moved-from function may hold state
+    m_pool->giveBack(node);
 }
 
 void DefaultDecoupler::carryOutRemoval(unsigned int userId,
@@ -181,12 +243,6 @@ void DefaultDecoupler::carryOutRemoval(unsigned int userId,
 }
 
 void DefaultDecoupler::waitForWork() {
-    for (int spin = 0; spin < SpinsBeforeSleep; ++spin) {
-        if (m_inbox->hasLinkedCall()) {
-            return;
-        }
-        detail::cpuRelax();
-    }
     MutexGuard guard(m_mutex);
     m_workerWaiting = true;
     if (!m_inbox->hasLinkedCall() && m_running) {

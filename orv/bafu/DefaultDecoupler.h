@@ -17,6 +17,7 @@ namespace bafu {
 namespace detail {
 class CallInbox;
 struct CallNode;
+class CallNodePool;
 class CallQueue;
 }  // namespace detail
 
@@ -77,9 +78,13 @@ protected:
 private:
     void enqueue(std::function<void()>&& function, unsigned int userId, unsigned char priority);
     bool takeNext(std::function<void()>& function) noexcept;
+    void handOverDirectly(detail::CallNode* node, detail::CallNode* retired,
+                          std::function<void()>& function) noexcept;
+    void takeFront(std::function<void()>& function) noexcept;
     void sortIn(detail::CallNode* arrived, detail::CallNode* retired) noexcept;
     void sortInArrivals() noexcept;
     void keepOrFree(detail::CallNode* retired) noexcept;
+    void recycle(detail::CallNode* node) noexcept;
     void carryOutRemoval(unsigned int userId, const std::weak_ptr<RemovedCallback>& onRemoved);
     void waitForWork();
     void wakeWorker();
@@ -89,6 +94,8 @@ private:
     // Guards m_nextUserId, and orders the worker's going to sleep against its wake-up.
     common::system::Mutex m_mutex;
     unsigned int m_nextUserId;
+    // Spent nodes on their way back from the worker to the clients.
+    std::unique_ptr<detail::CallNodePool> m_pool;
     // Calls handed over and not yet taken or sorted in by the worker; any thread pushes.
     std::unique_ptr<detail::CallInbox> m_inbox;
     // Calls sorted in, in the order they run; the worker's alone.

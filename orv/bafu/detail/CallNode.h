@@ -11,9 +11,9 @@ namespace bafu {
 namespace detail {
 
 // One pending call of a DefaultDecoupler. It travels from the client through the inbox to
-// the worker, possibly by way of a priority list, and is then recycled through the node pool.
-// It is in one of these at a time, so one link serves them all: the inbox publishes it with
-// release and acquire, the worker's own lists and the pools use it relaxed (next/setNext).
+// the worker, possibly by way of a priority list, and is then freed or kept as the worker's
+// spare. It is in one of these at a time, so one link serves them all: the inbox publishes it
+// with release and acquire, the worker's own lists use it relaxed (next/setNext).
 // Kept small (48 bytes with libstdc++), so that a node and its allocator header fit a cache
 // line.
 struct CallNode {

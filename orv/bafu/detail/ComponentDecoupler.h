@@ -4,6 +4,8 @@
 // terminal::Input hold a ComponentDecoupler member; client code never names it. It keeps the
 // namespace orv::bafu (not detail) so that its exported symbols stay those of the 1.0 interface.
 
+#include <atomic>
+#include <functional>
 #include <memory>
 
 #include "orv/bafu/IDecoupler.h"
@@ -18,8 +20,9 @@ namespace bafu {
 // and destroys in shutdown().
 //
 // Thread: used under the component's own lifecycle guard (configuration, init, shutdown);
-// get() is read by the component's methods while it runs. Failure: allocation errors of
-// ensure() reach the caller.
+// get(), call() and removeUserCalls() are used by the component's methods, from any thread,
+// while it runs. Failure: allocation errors of ensure() reach the caller; exceptions of the
+// decoupler pass through call() and removeUserCalls().
 class ORV_NOL_API ComponentDecoupler {
 public:
     // Stores `decoupler` if `state` accepts a configuration method now; otherwise the handler
@@ -32,12 +35,21 @@ public:
     // Destroys a decoupler that ensure() created; one given by the client stays set.
     void releaseOwned() noexcept;
 
+    // The decoupler's call(), counted as in progress while it lasts.
+    void call(std::function<void()>&& function, unsigned int userId, unsigned char priority);
+
+    // The decoupler's blocking removeUserCalls(userId). With the NoneDecoupler of ensure() it
+    // is skipped when no call() is in progress: that decoupler is nobody else's, so no call of
+    // it runs then, and its removal would return at once.
+    void removeUserCalls(unsigned int userId);
+
     IDecoupler* get() const noexcept { return m_decoupler; }
     IDecoupler* operator->() const noexcept { return m_decoupler; }
 
 private:
     IDecoupler* m_decoupler = nullptr;
     std::unique_ptr<IDecoupler> m_owned;  // set while ensure()'s decoupler lives
+    std::atomic<unsigned int> m_callsInProgress{0};
 };
 
 }  // namespace bafu

@@ -1,8 +1,6 @@
 #include "orv/bafu/timer/Manager.h"
 
-#include <algorithm>
 #include <utility>
-#include <vector>
 
 #include "orv/common/system/MutexGuard.h"
 
@@ -107,7 +105,7 @@ void Manager::stopTimer(unsigned long id) {
         return;
     }
     eraseTimer(id);
-    m_decoupler->removeUserCalls(static_cast<unsigned int>(calcTimerUserId(id)));
+    m_decoupler.removeUserCalls(static_cast<unsigned int>(calcTimerUserId(id)));
 }
 
 void Manager::stopTimer(unsigned long id, std::weak_ptr<std::function<void(bool)>> onRemoved) {
@@ -137,8 +135,8 @@ void Manager::call(std::function<void(unsigned long)> callback, unsigned long id
     if (!guard.method_Begin()) {
         return;
     }
-    m_decoupler->call([callback = std::move(callback), id] { callback(id); },
-                      static_cast<unsigned int>(calcTimerUserId(id)), ExpiryPriority);
+    m_decoupler.call([callback = std::move(callback), id] { callback(id); },
+                     static_cast<unsigned int>(calcTimerUserId(id)), ExpiryPriority);
 }
 
 void Manager::callAndErase(std::function<void(unsigned long)>&& callback, unsigned long id) {
@@ -150,8 +148,8 @@ void Manager::callAndErase(std::function<void(unsigned long)>&& callback, unsign
     // expiry; erased also when the hand-over throws (with the NoneDecoupler, the callback
     // itself), or the spent timer would stay in the map until the shutdown.
     try {
-        m_decoupler->call([callback = std::move(callback), id] { callback(id); },
-                          static_cast<unsigned int>(calcTimerUserId(id)), ExpiryPriority);
+        m_decoupler.call([callback = std::move(callback), id] { callback(id); },
+                         static_cast<unsigned int>(calcTimerUserId(id)), ExpiryPriority);
     } catch (...) {
         eraseTimer(id);
         throw;
@@ -162,12 +160,7 @@ void Manager::callAndErase(std::function<void(unsigned long)>&& callback, unsign
 void Manager::eraseTimer(unsigned long id) {
     std::shared_ptr<Element> element;  // outlives the lock, so the element dies outside it
     MutexGuard lock(m_lock);
-    const auto found = m_timers.find(id);
-    if (found == m_timers.end()) {
-        return;
-    }
-    element = std::move(found->second);
-    m_timers.erase(found);
+    element = m_timers.take(id);
 }
 
 std::shared_ptr<Element> Manager::addElement(std::function<void(unsigned long)>&& callback,
@@ -176,7 +169,7 @@ std::shared_ptr<Element> Manager::addElement(std::function<void(unsigned long)>&
     const unsigned int number = m_nextTimerNumber++;
     const unsigned long newId = calcTimerId(number, userId);
     auto element = std::make_shared<Element>(newId, std::move(callback), *this);
-    if (!m_timers.emplace(newId, element).second) {
+    if (!m_timers.insert(newId, element)) {
         lock.unlock();  // the refused element, and the callback in it, die outside the lock
         return nullptr;
     }
@@ -185,14 +178,8 @@ std::shared_ptr<Element> Manager::addElement(std::function<void(unsigned long)>&
 }
 
 void Manager::withdrawAll(const TimerMap& timers) {
-    std::vector<unsigned long> ids;
-    ids.reserve(timers.size());
-    for (const auto& entry : timers) {
-        ids.push_back(entry.first);
-    }
-    std::sort(ids.begin(), ids.end());
-    for (const unsigned long id : ids) {
-        m_decoupler->removeUserCalls(static_cast<unsigned int>(calcTimerUserId(id)));
+    for (const unsigned long id : timers.sortedIds()) {
+        m_decoupler.removeUserCalls(static_cast<unsigned int>(calcTimerUserId(id)));
     }
 }
 

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "DecouplerTestSupport.h"
+#include "QueueModel.h"
 
 namespace orv::bafu {
 namespace {
@@ -124,59 +125,63 @@ TEST(DefaultDecoupler, DestructionFinishesTheRunningCallAndDropsEverythingQueued
 }
 
 // Producers queue calls of several users at random priorities while the test thread withdraws
-// every user but the first. Checked together: no call runs twice, nor once a removal of its
-// user, entered after it was queued, has reported, nor before an earlier call of its producer
-// and priority; every call of the user never removed runs; every call is destroyed exactly
-// once.
-TEST(DefaultDecouplerStress, ProducersAndRemovalsKeepEveryRule) {
-    constexpr std::size_t Producers = 3, PerProducer = 60000, Users = 5, Never = ~std::size_t{0};
-    std::vector<std::atomic<std::size_t>> queuedAt(Producers * PerProducer);
-    std::vector<std::atomic<bool>> ran(Producers * PerProducer);
-    std::atomic<int> broken{0}, destroyed{0};  // calls that broke a rule, calls destroyed
-    std::atomic<std::size_t> clock{0}, producing{Producers};     // orders queueing against removals
-    std::array<std::size_t, Users> removedUpTo{};                // the worker's alone, as is
-    std::array<std::array<std::size_t, 256>, Producers> last{};  // 1 + the seq run last
+// every user but the first. Every call and every removal the worker starts is checked against
+// the reference model (QueueModel): priority order, FIFO within a priority across producers,
+// removals as barriers that drop their user's queued calls. Besides: every call of the user
+// never removed runs, and every call is destroyed exactly once.
+TEST(DefaultDecouplerStress, ProducersAndRemovalsFollowTheReferenceModel) {
+    constexpr std::size_t Producers = 3, PerProducer = 40000, Users = 5;
+    QueueModel model;
+    std::atomic<int> destroyed{0};
+    std::atomic<std::size_t> producing{Producers};
+    std::vector<std::vector<std::size_t>> kept(Producers);  // entries of the user never removed
     std::vector<std::shared_ptr<Callback>> callbacks;
     auto decoupler = std::make_unique<DefaultDecoupler>("stress");
     std::vector<std::thread> producers;
     for (std::size_t producer = 0; producer < Producers; ++producer) {
         producers.emplace_back([&, producer, random = std::mt19937(producer)]() mutable {
-            for (std::size_t seq = 0, index = producer * PerProducer; seq < PerProducer;
-                 ++seq, ++index) {
+            for (std::size_t seq = 0; seq < PerProducer; ++seq) {
                 const auto priority =
                     static_cast<unsigned char>(random() % 3 == 0 ? 255 : random() % 256);
-                queuedAt[index] = Never;
+                const auto user = static_cast<unsigned int>(2 + random() % Users);
+                const std::size_t entry = model.begin(priority, user);
                 std::shared_ptr<void> token(nullptr, [&destroyed](void*) { ++destroyed; });
                 decoupler->call(
-                    [&, token, producer, seq, index, priority] {
-                        broken += ran[index].exchange(true) ||
-                                  queuedAt[index] < removedUpTo[index % Users] ||
-                                  seq < last[producer][priority];
-                        last[producer][priority] = seq + 1;
+                    [&model, token, entry] {
+                        model.started(entry);
+                        model.finished();
                     },
-                    static_cast<unsigned int>(2 + index % Users), priority);
-                queuedAt[index] = clock++;
+                    user, priority);
+                model.end(entry);
+                if (user == 2) {
+                    kept[producer].push_back(entry);
+                }
             }
             --producing;
         });
     }
-    for (std::size_t user = 1; producing > 0; user = 1 + user % (Users - 1)) {
-        callbacks.push_back(std::make_shared<Callback>([&, user, entered = clock++](bool) {
-            removedUpTo[user] = std::max(removedUpTo[user], entered);
+    for (unsigned int user = 3; producing > 0; user = 3 + (user - 2) % (Users - 1)) {
+        const std::size_t entry = model.begin(QueueModel::RemovalPriority, user, true);
+        callbacks.push_back(std::make_shared<Callback>([&model, entry](bool) {
+            model.started(entry);
+            model.finished();
         }));
-        decoupler->removeUserCalls(static_cast<unsigned int>(2 + user), callbacks.back());
+        decoupler->removeUserCalls(user, callbacks.back());
+        model.end(entry);
         std::this_thread::sleep_for(std::chrono::microseconds(300));  // pacing only
     }
     for (auto& producer : producers) {
         producer.join();
     }
     ASSERT_TRUE(drain(*decoupler, 2));
-    for (std::size_t index = 0; index < ran.size(); index += Users) {
-        ASSERT_TRUE(ran[index]) << "lost: call " << index;
+    for (const auto& entries : kept) {
+        for (const std::size_t entry : entries) {
+            ASSERT_TRUE(model.ran(entry)) << "lost: entry " << entry;
+        }
     }
     decoupler.reset();
-    EXPECT_EQ(broken, 0);
-    EXPECT_EQ(destroyed, int(ran.size()));
+    EXPECT_EQ(model.broken(), 0);
+    EXPECT_EQ(destroyed, int(Producers * PerProducer));
 }
 
 }  // namespace

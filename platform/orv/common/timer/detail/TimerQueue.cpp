@@ -1,5 +1,6 @@
 #include "orv/common/timer/detail/TimerQueue.h"
 
+#include <algorithm>
 #include <exception>
 #include <string>
 
@@ -54,11 +55,11 @@ void TimerQueue::loop() {
             m_wake.wait(lock);
             continue;
         }
-        Timer* next = m_heap.front();
-        if (next->m_due > Clock::now()) {
+        Timer* next = m_heap.front().timer;
+        if (m_heap.front().due > Clock::now()) {
             // A copy: the wait reads the deadline again when it ends, and the timer may have
             // been stopped and destroyed by then.
-            const Clock::time_point due = next->m_due;
+            const Clock::time_point due = m_heap.front().due;
             m_wake.wait_until(lock, due);
             continue;
         }
@@ -100,65 +101,69 @@ void TimerQueue::reportFailure(const char* what) noexcept {
     }
 }
 
-bool TimerQueue::earlier(const Timer* a, const Timer* b) const noexcept {
-    return a->m_due < b->m_due || (a->m_due == b->m_due && a->m_sequence < b->m_sequence);
+bool TimerQueue::earlier(const Entry& a, const Entry& b) noexcept {
+    return a.due < b.due || (a.due == b.due && a.sequence < b.sequence);
 }
 
-void TimerQueue::place(Timer* timer, std::size_t index) noexcept {
-    m_heap[index] = timer;
-    timer->m_heapIndex = index;
+void TimerQueue::place(const Entry& entry, std::size_t index) noexcept {
+    m_heap[index] = entry;
+    entry.timer->m_heapIndex = index;
 }
 
 void TimerQueue::push(Timer* timer) {
-    m_heap.push_back(timer);
+    m_heap.push_back(Entry{timer->m_due, timer->m_sequence, timer});
     timer->m_heapIndex = m_heap.size() - 1;
     siftUp(timer->m_heapIndex);
 }
 
 void TimerQueue::remove(Timer* timer) noexcept {
     const std::size_t index = timer->m_heapIndex;
-    Timer* last = m_heap.back();
+    const Entry last = m_heap.back();
     m_heap.pop_back();
     timer->m_heapIndex = Timer::NotQueued;
-    if (last == timer) {
+    if (last.timer == timer) {
         return;
     }
     place(last, index);
     siftUp(index);
-    siftDown(last->m_heapIndex);
+    siftDown(last.timer->m_heapIndex);
 }
 
 void TimerQueue::siftUp(std::size_t index) noexcept {
-    Timer* timer = m_heap[index];
+    const Entry entry = m_heap[index];
     while (index > 0) {
-        const std::size_t parent = (index - 1) / 2;
-        if (!earlier(timer, m_heap[parent])) {
+        const std::size_t parent = (index - 1) / kArity;
+        if (!earlier(entry, m_heap[parent])) {
             break;
         }
         place(m_heap[parent], index);
         index = parent;
     }
-    place(timer, index);
+    place(entry, index);
 }
 
 void TimerQueue::siftDown(std::size_t index) noexcept {
-    Timer* timer = m_heap[index];
+    const Entry entry = m_heap[index];
     const std::size_t size = m_heap.size();
     while (true) {
-        std::size_t child = 2 * index + 1;
-        if (child >= size) {
+        const std::size_t first = kArity * index + 1;
+        if (first >= size) {
             break;
         }
-        if (child + 1 < size && earlier(m_heap[child + 1], m_heap[child])) {
-            ++child;
+        const std::size_t end = std::min(first + kArity, size);
+        std::size_t child = first;
+        for (std::size_t other = first + 1; other < end; ++other) {
+            if (earlier(m_heap[other], m_heap[child])) {
+                child = other;
+            }
         }
-        if (!earlier(m_heap[child], timer)) {
+        if (!earlier(m_heap[child], entry)) {
             break;
         }
         place(m_heap[child], index);
         index = child;
     }
-    place(timer, index);
+    place(entry, index);
 }
 
 }  // namespace detail

@@ -14,9 +14,12 @@ namespace common {
 namespace timer {
 namespace detail {
 
-// The pending timers of one manager in a binary min-heap ordered by (deadline, start order),
-// each timer knowing its own heap slot, so that starting and stopping cost O(log n). One
-// thread at a time runs loop(), which fires the timers as they fall due.
+// The pending timers of one manager in a 4-ary min-heap ordered by (deadline, start order),
+// each timer knowing its own heap slot, so that starting and stopping cost O(log n). A heap
+// entry carries its timer's key beside the pointer, so that sifting compares entries that lie
+// next to each other (the four children of a slot share one or two cache lines) instead of
+// visiting the timers themselves; only a timer that moves is written to, for its new slot.
+// One thread at a time runs loop(), which fires the timers as they fall due.
 class TimerQueue {
 public:
     using Clock = Timer::Clock;
@@ -33,8 +36,16 @@ public:
     void allowRun();
 
 private:
-    bool earlier(const Timer* a, const Timer* b) const noexcept;
-    void place(Timer* timer, std::size_t index) noexcept;
+    // A queued timer and the key it is ordered by (copied from the timer when it is queued).
+    struct Entry {
+        Clock::time_point due;
+        std::uint64_t sequence;
+        Timer* timer;
+    };
+    static constexpr std::size_t kArity = 4;
+
+    static bool earlier(const Entry& a, const Entry& b) noexcept;
+    void place(const Entry& entry, std::size_t index) noexcept;
     void push(Timer* timer);
     void remove(Timer* timer) noexcept;
     void siftUp(std::size_t index) noexcept;
@@ -46,7 +57,7 @@ private:
     std::mutex m_lock;               // guards everything below and the queue fields of every Timer
     std::condition_variable m_wake;  // the loop's deadline or stop may have changed
     std::condition_variable m_callbackDone;  // m_running has been cleared
-    std::vector<Timer*> m_heap;
+    std::vector<Entry> m_heap;
     std::uint64_t m_nextSequence = 0;
     Timer* m_running = nullptr;       // the timer whose callback runs now
     bool m_runningCancelled = false;  // m_running was stopped (and may be gone) meanwhile
