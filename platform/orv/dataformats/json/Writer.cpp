@@ -50,6 +50,30 @@ constexpr std::size_t kMaxEscape = 6;
 // Texts up to this length are escaped straight into the buffer (see Writer::writeQuoted).
 constexpr std::size_t kShortString = 256;
 
+// The eight-bytes-at-a-time path of short strings (Writer::writeQuoted). It stays because
+// ResourceJsonBench needs it: without it jsonOfDataValue and the link completion rows take about
+// 20 % longer. Its invariants:
+// - needsEscape(word) is true exactly when one of the eight bytes has a non-zero kEscape entry
+//   (below 0x20, '"' or '\\'); bytes of 0x80 and above never count, so they are copied as they
+//   are, as the byte loop copies them. A false "false" would write an unescaped byte; each test
+//   is the classic "has a zero byte" trick, exact as to whether such a byte exists (not which
+//   one), which is all the loop asks.
+// - A word that needs an escape is written byte by byte through writeEscaped(), the same code
+//   as the tail and the long path, so both paths produce the same bytes.
+// - The room reserved up front (kMaxEscape per byte plus the quotes) covers the worst case of
+//   either way of writing, so the word loop never checks the buffer.
+// True if any of the eight bytes in `word` is below 0x20, a quote or a backslash.
+inline bool needsEscape(std::uint64_t word) {
+    constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+    constexpr std::uint64_t kHighs = 0x8080808080808080ULL;
+    const std::uint64_t quote = word ^ (kOnes * '"');
+    const std::uint64_t backslash = word ^ (kOnes * '\\');
+    const std::uint64_t below = (word - kOnes * 0x20) & ~word;
+    const std::uint64_t isQuote = (quote - kOnes) & ~quote;
+    const std::uint64_t isBackslash = (backslash - kOnes) & ~backslash;
+    return ((below | isQuote | isBackslash) & kHighs) != 0;
+}
+
 // Writes `c` at `out` as it goes into a JSON string; returns the position after it.
 inline char* writeEscaped(char* out, unsigned char c) {
     const char escape = kEscape[c];
@@ -137,10 +161,23 @@ void Writer::writeQuoted(const char* data, std::size_t size) {
     const auto* next = reinterpret_cast<const unsigned char*>(data);
     const auto* end = next + size;
     if (size <= kShortString) {
-        // Even fully escaped, the text fits into the buffer: write straight into it.
+        // Even fully escaped, the text fits into the buffer: write straight into it, eight
+        // bytes at a time where none of them needs an escape.
         char* const start = reserve(kMaxEscape * size + 2);
         char* out = start;
         *out++ = '"';
+        for (; end - next >= 8; next += 8) {
+            std::uint64_t word;
+            std::memcpy(&word, next, 8);
+            if (!needsEscape(word)) {
+                std::memcpy(out, next, 8);
+                out += 8;
+                continue;
+            }
+            for (int i = 0; i < 8; ++i) {
+                out = writeEscaped(out, next[i]);
+            }
+        }
         for (; next != end; ++next) {
             out = writeEscaped(out, *next);
         }
