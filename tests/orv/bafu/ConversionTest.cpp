@@ -34,8 +34,9 @@ std::string scan(const std::string& hex) {
 TEST(Conversion, ReadsAndWritesAsTheCLibraryDoes) {
     for (int pair = 0; pair < 65536; ++pair) {
         const std::string hex{static_cast<char>(pair >> 8), static_cast<char>(pair & 0xFF)};
-        const std::string among =
-            std::string(2 * (pair % 16), 'F') + hex + std::string(30 - 2 * (pair % 16), '9');
+        const std::size_t before = 2 * static_cast<std::size_t>(pair % 16);
+        std::string among(32, '9');
+        among.replace(0, before, before, 'F').replace(before, 2, hex);
         for (const std::string& text : {hex, hex + "00" + hex, among, hex + "0"}) {
             try {
                 const std::vector<unsigned char> bytes = Conversion::binaryOfHexString(text);
