@@ -39,8 +39,9 @@ public:
     void call(std::function<void()>&& function, unsigned int userId, unsigned char priority);
 
     // The decoupler's blocking removeUserCalls(userId). With the NoneDecoupler of ensure() it
-    // is skipped when no call() is in progress: that decoupler is nobody else's, so no call of
-    // it runs then, and its removal would return at once.
+    // is skipped when no call() is in progress: that decoupler is nobody else's, so when every
+    // call reaches it through call(), none of its calls runs then and its removal would return
+    // at once. (A component that calls get()->call() directly must not rely on this.)
     void removeUserCalls(unsigned int userId);
 
     IDecoupler* get() const noexcept { return m_decoupler; }
