@@ -31,9 +31,9 @@ using orv::bafu::DefaultDecoupler;
 using orv::bafu::NoneDecoupler;
 using Clock = std::chrono::steady_clock;
 
-constexpr int Calls = 1000000;
-constexpr unsigned int UserId = 2;
-constexpr unsigned char Priority = 128;
+constexpr int kCalls = 1000000;
+constexpr unsigned int kUserId = 2;
+constexpr unsigned char kPriority = 128;
 
 // Counts finished producers' last calls; wait() returns when all have run.
 class Countdown {
@@ -56,7 +56,7 @@ private:
     int m_count;
 };
 
-// Hands Calls empty calls over through `post`, split among `producers` threads, and returns
+// Hands kCalls empty calls over through `post`, split among `producers` threads, and returns
 // once the executor has run them all: each producer's last call, queued behind its others,
 // reports its end.
 template <typename Post, typename PostLast>
@@ -66,7 +66,7 @@ void runToCompletion(int producers, Post post, PostLast postLast) {
     threads.reserve(static_cast<std::size_t>(producers));
     for (int p = 0; p < producers; ++p) {
         threads.emplace_back([&] {
-            for (int i = 0; i < Calls / producers; ++i) {
+            for (int i = 0; i < kCalls / producers; ++i) {
                 post();
             }
             postLast([&done] { done.arrive(); });
@@ -79,7 +79,7 @@ void runToCompletion(int producers, Post post, PostLast postLast) {
 }
 
 void setItems(benchmark::State& state) {
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * Calls);
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * kCalls);
 }
 
 // An asio::io_context with one thread running it.
@@ -133,8 +133,10 @@ void BM_DefaultDecoupler_Throughput(benchmark::State& state) {
     DefaultDecoupler decoupler("bench");
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         runToCompletion(
-            static_cast<int>(state.range(0)), [&] { decoupler.call([] {}, UserId, Priority); },
-            [&](std::function<void()> last) { decoupler.call(std::move(last), UserId, Priority); });
+            static_cast<int>(state.range(0)), [&] { decoupler.call([] {}, kUserId, kPriority); },
+            [&](std::function<void()> last) {
+                decoupler.call(std::move(last), kUserId, kPriority);
+            });
     }
     setItems(state);
 }
@@ -190,7 +192,7 @@ void measureLatency(benchmark::State& state, Post post) {
 void BM_DefaultDecoupler_Latency(benchmark::State& state) {
     DefaultDecoupler decoupler("bench");
     measureLatency(
-        state, [&](std::function<void()> f) { decoupler.call(std::move(f), UserId, Priority); });
+        state, [&](std::function<void()> f) { decoupler.call(std::move(f), kUserId, kPriority); });
 }
 
 void BM_AsioPost_Latency(benchmark::State& state) {
@@ -207,7 +209,7 @@ void BM_NoneDecoupler_Call(benchmark::State& state) {
     NoneDecoupler decoupler;
     int counter = 0;
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
-        decoupler.call([&counter] { ++counter; }, UserId, Priority);
+        decoupler.call([&counter] { ++counter; }, kUserId, kPriority);
     }
     benchmark::DoNotOptimize(counter);
 }

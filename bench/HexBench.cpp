@@ -21,7 +21,7 @@ namespace {
 
 using orv::bafu::Conversion;
 
-constexpr std::size_t Size = std::size_t{1} << 20;
+constexpr std::size_t kSize = std::size_t{1} << 20;
 
 std::vector<unsigned char> randomBytes(std::size_t size) {
     std::vector<unsigned char> bytes(size);
@@ -39,64 +39,64 @@ void setBytes(benchmark::State& state, std::size_t perIteration) {
 }
 
 void BM_Orv_HexStringOfBinary(benchmark::State& state) {
-    const auto bytes = randomBytes(Size);
+    const auto bytes = randomBytes(kSize);
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         std::string hex = Conversion::hexStringOfBinary(bytes);
         benchmark::DoNotOptimize(hex.data());
     }
-    setBytes(state, Size);
+    setBytes(state, kSize);
 }
 
 void BM_Boost_HexLower(benchmark::State& state) {
-    const auto bytes = randomBytes(Size);
+    const auto bytes = randomBytes(kSize);
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         std::string hex;
         hex.reserve(2 * bytes.size());
         boost::algorithm::hex_lower(bytes.begin(), bytes.end(), std::back_inserter(hex));
         benchmark::DoNotOptimize(hex.data());
     }
-    setBytes(state, Size);
+    setBytes(state, kSize);
 }
 
 void BM_Boost_Hex(benchmark::State& state) {
-    const auto bytes = randomBytes(Size);
+    const auto bytes = randomBytes(kSize);
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         std::string hex;
         hex.reserve(2 * bytes.size());
         boost::algorithm::hex(bytes.begin(), bytes.end(), std::back_inserter(hex));
         benchmark::DoNotOptimize(hex.data());
     }
-    setBytes(state, Size);
+    setBytes(state, kSize);
 }
 
 void BM_Orv_BinaryOfHexString(benchmark::State& state) {
-    const std::string hex = Conversion::hexStringOfBinary(randomBytes(Size));
+    const std::string hex = Conversion::hexStringOfBinary(randomBytes(kSize));
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         std::vector<unsigned char> bytes = Conversion::binaryOfHexString(hex);
         benchmark::DoNotOptimize(bytes.data());
     }
-    setBytes(state, Size);
+    setBytes(state, kSize);
 }
 
 void BM_Boost_Unhex(benchmark::State& state) {
-    const std::string hex = Conversion::hexStringOfBinary(randomBytes(Size));
+    const std::string hex = Conversion::hexStringOfBinary(randomBytes(kSize));
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         std::vector<unsigned char> bytes;
         bytes.reserve(hex.size() / 2);
         boost::algorithm::unhex(hex.begin(), hex.end(), std::back_inserter(bytes));
         benchmark::DoNotOptimize(bytes.data());
     }
-    setBytes(state, Size);
+    setBytes(state, kSize);
 }
 
 #ifdef ORV_BENCH_ABSEIL
 void BM_Absl_HexStringToBytes(benchmark::State& state) {
-    const std::string hex = Conversion::hexStringOfBinary(randomBytes(Size));
+    const std::string hex = Conversion::hexStringOfBinary(randomBytes(kSize));
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         std::string bytes = absl::HexStringToBytes(hex);
         benchmark::DoNotOptimize(bytes.data());
     }
-    setBytes(state, Size);
+    setBytes(state, kSize);
 }
 #endif
 

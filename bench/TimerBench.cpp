@@ -33,14 +33,14 @@ using Clock = std::chrono::steady_clock;
 using orv::bafu::DefaultDecoupler;
 using orv::bafu::timer::Manager;
 
-constexpr std::size_t StartStopTimers = 100000;
-constexpr unsigned int FarAwayMs = 3600000;  // never due while measured
+constexpr std::size_t kStartStopTimers = 100000;
+constexpr unsigned int kFarAwayMs = 3600000;  // never due while measured
 
-constexpr std::size_t CyclicTimers = 10000;
-constexpr auto Period = std::chrono::milliseconds(100);
-constexpr std::size_t StartBatches = 100;  // the starts are spread over one period in these steps
-constexpr auto WarmUp = std::chrono::milliseconds(300);
-constexpr auto Sampling = std::chrono::seconds(1);
+constexpr std::size_t kCyclicTimers = 10000;
+constexpr auto kPeriod = std::chrono::milliseconds(100);
+constexpr std::size_t kStartBatches = 100;  // the starts are spread over one period in these steps
+constexpr auto kWarmUp = std::chrono::milliseconds(300);
+constexpr auto kSampling = std::chrono::seconds(1);
 
 // ---------------------------------------------------------------------------------------
 // Starting and stopping
@@ -48,27 +48,27 @@ constexpr auto Sampling = std::chrono::seconds(1);
 void BM_StartStop_TimerManager(benchmark::State& state) {
     Manager manager("BenchTimers");
     manager.init();
-    std::vector<unsigned long> ids(StartStopTimers);
+    std::vector<unsigned long> ids(kStartStopTimers);
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         for (unsigned long& id : ids) {
-            id = manager.startTimer([](unsigned long) {}, FarAwayMs, false);
+            id = manager.startTimer([](unsigned long) {}, kFarAwayMs, false);
         }
         for (const unsigned long id : ids) {
             manager.stopTimer(id);
         }
     }
     state.SetItemsProcessed(state.iterations() *
-                            static_cast<benchmark::IterationCount>(StartStopTimers));
+                            static_cast<benchmark::IterationCount>(kStartStopTimers));
     manager.shutdown();
 }
 BENCHMARK(BM_StartStop_TimerManager)->Unit(benchmark::kMillisecond);
 
 void BM_StartStop_AsioSteadyTimer(benchmark::State& state) {
     asio::io_context io;
-    std::vector<std::unique_ptr<asio::steady_timer>> timers(StartStopTimers);
+    std::vector<std::unique_ptr<asio::steady_timer>> timers(kStartStopTimers);
     for (auto _ : state) {  // NOLINT(clang-analyzer-deadcode.DeadStores)
         for (auto& timer : timers) {
-            timer = std::make_unique<asio::steady_timer>(io, std::chrono::milliseconds(FarAwayMs));
+            timer = std::make_unique<asio::steady_timer>(io, std::chrono::milliseconds(kFarAwayMs));
             timer->async_wait([](const asio::error_code&) {});
         }
         for (auto& timer : timers) {
@@ -81,7 +81,7 @@ void BM_StartStop_AsioSteadyTimer(benchmark::State& state) {
         }
     }
     state.SetItemsProcessed(state.iterations() *
-                            static_cast<benchmark::IterationCount>(StartStopTimers));
+                            static_cast<benchmark::IterationCount>(kStartStopTimers));
 }
 BENCHMARK(BM_StartStop_AsioSteadyTimer)->Unit(benchmark::kMillisecond);
 
@@ -91,7 +91,7 @@ BENCHMARK(BM_StartStop_AsioSteadyTimer)->Unit(benchmark::kMillisecond);
 // Lateness samples in nanoseconds, written by the one thread that runs the callbacks.
 class LatenessSamples {
 public:
-    LatenessSamples() { m_samples.reserve(4 * CyclicTimers * 10); }
+    LatenessSamples() { m_samples.reserve(4 * kCyclicTimers * 10); }
 
     void record(Clock::time_point due) {
         if (m_recording.load(std::memory_order_relaxed)) {
@@ -128,19 +128,19 @@ private:
 template <typename Start>
 void startSpread(Start start) {
     const Clock::time_point begin = Clock::now();
-    for (std::size_t batch = 0; batch < StartBatches; ++batch) {
-        std::this_thread::sleep_until(begin + static_cast<int>(batch) * Period /
-                                                  static_cast<int>(StartBatches));
-        for (std::size_t i = batch; i < CyclicTimers; i += StartBatches) {
+    for (std::size_t batch = 0; batch < kStartBatches; ++batch) {
+        std::this_thread::sleep_until(begin + static_cast<int>(batch) * kPeriod /
+                                                  static_cast<int>(kStartBatches));
+        for (std::size_t i = batch; i < kCyclicTimers; i += kStartBatches) {
             start(i);
         }
     }
 }
 
 void sample(LatenessSamples& samples) {
-    std::this_thread::sleep_for(WarmUp);
+    std::this_thread::sleep_for(kWarmUp);
     samples.setRecording(true);
-    std::this_thread::sleep_for(Sampling);
+    std::this_thread::sleep_for(kSampling);
     samples.setRecording(false);
 }
 
@@ -157,7 +157,7 @@ void measureManagerLateness(benchmark::State& state, bool withWorker) {
             decoupler = std::make_unique<DefaultDecoupler>("BenchWorker");
         }
         LatenessSamples samples;
-        std::vector<Schedule> schedules(CyclicTimers);
+        std::vector<Schedule> schedules(kCyclicTimers);
         {
             Manager manager("BenchTimers");
             manager.setOptional_Decoupler(decoupler.get());
@@ -168,14 +168,14 @@ void measureManagerLateness(benchmark::State& state, bool withWorker) {
                 manager.startTimer(
                     [&schedule, &samples](unsigned long) {
                         ++schedule.expiries;
-                        samples.record(schedule.start + schedule.expiries * Period);
+                        samples.record(schedule.start + schedule.expiries * kPeriod);
                     },
-                    static_cast<unsigned int>(Period.count()), true);
+                    static_cast<unsigned int>(kPeriod.count()), true);
             });
             sample(samples);
             manager.shutdown();  // waits for the callback thread, so the samples are ours
         }
-        samples.report(state, Sampling);
+        samples.report(state, kSampling);
     }
 }
 
@@ -202,7 +202,7 @@ public:
         : m_timer(io), m_samples(samples) {}
 
     void start() {
-        m_timer.expires_after(Period);
+        m_timer.expires_after(kPeriod);
         wait();
     }
 
@@ -213,7 +213,7 @@ private:
                 return;
             }
             m_samples.record(m_timer.expiry());
-            m_timer.expires_at(m_timer.expiry() + Period);
+            m_timer.expires_at(m_timer.expiry() + kPeriod);
             wait();
         });
     }
@@ -228,8 +228,8 @@ void BM_Lateness_AsioSteadyTimer(benchmark::State& state) {
         asio::io_context io;
         auto work = asio::make_work_guard(io);
         std::vector<std::unique_ptr<AsioCyclicTimer>> timers;
-        timers.reserve(CyclicTimers);
-        for (std::size_t i = 0; i < CyclicTimers; ++i) {
+        timers.reserve(kCyclicTimers);
+        for (std::size_t i = 0; i < kCyclicTimers; ++i) {
             timers.push_back(std::make_unique<AsioCyclicTimer>(io, samples));
         }
         std::thread runner([&io] { io.run(); });
@@ -238,7 +238,7 @@ void BM_Lateness_AsioSteadyTimer(benchmark::State& state) {
         sample(samples);
         io.stop();
         runner.join();
-        samples.report(state, Sampling);
+        samples.report(state, kSampling);
     }
 }
 BENCHMARK(BM_Lateness_AsioSteadyTimer)->Iterations(1)->Unit(benchmark::kMillisecond)->UseRealTime();

@@ -15,25 +15,25 @@ namespace bafu {
 
 namespace {
 
-constexpr std::size_t ByteValues = 256;
-constexpr unsigned char NoDigit = 0xFF;
+constexpr std::size_t kByteValues = 256;
+constexpr unsigned char kNoDigit = 0xFF;
 
 // The two lower-case digits of every byte value, side by side.
-constexpr std::array<char, 2 * ByteValues> makeDigitPairs() {
+constexpr std::array<char, 2 * kByteValues> makeDigitPairs() {
     constexpr char digits[] = "0123456789abcdef";
-    std::array<char, 2 * ByteValues> pairs{};
-    for (std::size_t value = 0; value < ByteValues; ++value) {
+    std::array<char, 2 * kByteValues> pairs{};
+    for (std::size_t value = 0; value < kByteValues; ++value) {
         pairs[2 * value] = digits[value >> 4U];
         pairs[2 * value + 1] = digits[value & 0xFU];
     }
     return pairs;
 }
 
-// The value of every hexadecimal digit character, NoDigit for all other characters.
-constexpr std::array<unsigned char, ByteValues> makeDigitValues() {
-    std::array<unsigned char, ByteValues> values{};
-    for (std::size_t c = 0; c < ByteValues; ++c) {
-        values[c] = NoDigit;
+// The value of every hexadecimal digit character, kNoDigit for all other characters.
+constexpr std::array<unsigned char, kByteValues> makeDigitValues() {
+    std::array<unsigned char, kByteValues> values{};
+    for (std::size_t c = 0; c < kByteValues; ++c) {
+        values[c] = kNoDigit;
     }
     for (unsigned char d = 0; d < 10; ++d) {
         values['0' + d] = d;
@@ -45,8 +45,8 @@ constexpr std::array<unsigned char, ByteValues> makeDigitValues() {
     return values;
 }
 
-constexpr std::array<char, 2 * ByteValues> DigitPairs = makeDigitPairs();
-constexpr std::array<unsigned char, ByteValues> DigitValues = makeDigitValues();
+constexpr std::array<char, 2 * kByteValues> kDigitPairs = makeDigitPairs();
+constexpr std::array<unsigned char, kByteValues> kDigitValues = makeDigitValues();
 
 // Reads a pair that is not simply two digits the way the C library's scan does, so that its
 // leniency (white space, sign, a lone leading digit) is kept exactly. The scan with "%hhX" is a
@@ -68,8 +68,8 @@ unsigned char scanUnusualPair(const std::string& hex, std::size_t position) {
 void readPairs(const std::string& hex, unsigned char* out, std::size_t first, std::size_t end) {
     const auto* in = reinterpret_cast<const unsigned char*>(hex.data());
     for (std::size_t k = first; k < end; ++k) {
-        const unsigned char high = DigitValues[in[2 * k]];
-        const unsigned char low = DigitValues[in[2 * k + 1]];
+        const unsigned char high = kDigitValues[in[2 * k]];
+        const unsigned char low = kDigitValues[in[2 * k + 1]];
         if (((high | low) & 0xF0U) == 0) {
             out[k] = static_cast<unsigned char>((high << 4U) | low);
         } else {
@@ -126,7 +126,7 @@ std::string Conversion::hexStringOfBinary(const std::vector<unsigned char>& byte
     std::string hex(2 * bytes.size(), '0');
     char* out = hex.data();
     for (const unsigned char byte : bytes) {
-        std::memcpy(out, &DigitPairs[2 * std::size_t{byte}], 2);
+        std::memcpy(out, &kDigitPairs[2 * std::size_t{byte}], 2);
         out += 2;
     }
     return hex;

@@ -63,8 +63,9 @@
 //
 // Sleeping. An idle worker, under m_mutex, sets m_workerWaiting, looks at the inbox once more
 // and waits on m_wakeUp. The first pusher that finds the flag set clears it, takes m_mutex (so
-// the worker is either still to look at the inbox or already waiting) and signals. Later pushers find the flag clear: their calls are
-// found by the same wake-up, since the worker drains before it sleeps again.
+// the worker is either still to look at the inbox or already waiting) and signals. Later pushers
+// find the flag clear: their calls are found by the same wake-up, since the worker drains before it
+// sleeps again.
 //
 // Removal as a barrier. removeUserCalls(user, onRemoved) pushes a call like any other, with
 // user id 0 and priority 254, so it waits behind every call of priority 0..254 handed over
@@ -81,7 +82,7 @@ using common::system::MutexGuard;
 namespace {
 
 // Removal requests queue behind every call of priority 0 to 254 that is already there.
-constexpr unsigned char RemovalPriority = 254;
+constexpr unsigned char kRemovalPriority = 254;
 
 }  // namespace
 
@@ -90,7 +91,7 @@ DefaultDecoupler::Element::Element(std::function<void()>&& function, unsigned in
 
 DefaultDecoupler::DefaultDecoupler(const std::string& threadName)
     : Thread(threadName),
-      m_nextUserId(detail::FirstUserId),
+      m_nextUserId(detail::kFirstUserId),
       m_pool(std::make_unique<detail::CallNodePool>()),
       m_inbox(std::make_unique<detail::CallInbox>()),
       m_queue(std::make_unique<detail::CallQueue>()),
@@ -128,7 +129,7 @@ void DefaultDecoupler::removeUserCalls(unsigned int userId,
                                        std::weak_ptr<RemovedCallback> onRemoved) {
     enqueue(
         [this, userId, onRemoved = std::move(onRemoved)] { carryOutRemoval(userId, onRemoved); },
-        detail::RemovalRequestUserId, RemovalPriority);
+        detail::kRemovalRequestUserId, kRemovalPriority);
 }
 
 void DefaultDecoupler::removeUserCalls(unsigned int userId) {
@@ -136,11 +137,11 @@ void DefaultDecoupler::removeUserCalls(unsigned int userId) {
 }
 
 void DefaultDecoupler::removeAllCalls(std::weak_ptr<RemovedCallback> onRemoved) {
-    removeUserCalls(detail::AllUsersId, std::move(onRemoved));
+    removeUserCalls(detail::kAllUsersId, std::move(onRemoved));
 }
 
 void DefaultDecoupler::removeAllCalls() {
-    removeUserCalls(detail::AllUsersId);
+    removeUserCalls(detail::kAllUsersId);
 }
 
 void DefaultDecoupler::run() {
@@ -235,7 +236,7 @@ void DefaultDecoupler::carryOutRemoval(unsigned int userId,
     sortInArrivals();
     {
         const detail::CallQueue::DroppedCalls dropped =
-            userId == detail::AllUsersId ? m_queue->removeAll() : m_queue->removeUser(userId);
+            userId == detail::kAllUsersId ? m_queue->removeAll() : m_queue->removeUser(userId);
     }  // the withdrawn calls are destroyed here, unrun
     if (const auto callback = onRemoved.lock()) {
         (*callback)(true);

@@ -13,8 +13,8 @@ using common::system::MutexGuard;
 namespace {
 
 // The only user id this decoupler hands out, and the one its removeAllCalls passes on.
-constexpr unsigned int TheUserId = 1;
-constexpr unsigned int AllUsers = 0;
+constexpr unsigned int kTheUserId = 1;
+constexpr unsigned int kAllUsers = 0;
 
 }  // namespace
 
@@ -23,7 +23,7 @@ NoneDecoupler::NoneDecoupler() : m_runningCalls(0) {}
 NoneDecoupler::~NoneDecoupler() = default;
 
 unsigned int NoneDecoupler::createUserId() {
-    return TheUserId;
+    return kTheUserId;
 }
 
 void NoneDecoupler::call(std::function<void()>&& function, unsigned int /*userId*/,
@@ -93,11 +93,11 @@ void NoneDecoupler::removeUserCalls(unsigned int userId) {
 }
 
 void NoneDecoupler::removeAllCalls(std::weak_ptr<RemovedCallback> onRemoved) {
-    removeUserCalls(AllUsers, std::move(onRemoved));
+    removeUserCalls(kAllUsers, std::move(onRemoved));
 }
 
 void NoneDecoupler::removeAllCalls() {
-    removeUserCalls(AllUsers);
+    removeUserCalls(kAllUsers);
 }
 
 }  // namespace bafu

@@ -12,11 +12,11 @@
 
 namespace support {
 
-constexpr std::chrono::seconds GenerousDeadline{30};
+constexpr std::chrono::seconds kGenerousDeadline{30};
 
 // Polls `condition` until it holds or `timeout` passes; returns its last value.
 template <typename Condition>
-bool waitUntil(Condition condition, std::chrono::milliseconds timeout = GenerousDeadline) {
+bool waitUntil(Condition condition, std::chrono::milliseconds timeout = kGenerousDeadline) {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     while (!condition()) {
         if (std::chrono::steady_clock::now() >= deadline) {
@@ -39,7 +39,7 @@ public:
         }
     }
 
-    bool wait(std::chrono::milliseconds timeout = GenerousDeadline) {
+    bool wait(std::chrono::milliseconds timeout = kGenerousDeadline) {
         std::unique_lock<std::mutex> lock(m_lock);
         return m_zero.wait_for(lock, timeout, [this] { return m_count == 0; });
     }

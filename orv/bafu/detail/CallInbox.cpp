@@ -13,7 +13,7 @@ namespace {
 // How long the worker spins for a pusher that has swapped in its node but not yet linked it,
 // before it gives up (takeOldest) or gives the processor away (takeLinkedOldest): the pusher
 // may have been preempted between its two steps.
-constexpr int SpinsForLink = 128;
+constexpr int kSpinsForLink = 128;
 
 }  // namespace
 
@@ -42,14 +42,14 @@ unsigned int CallInbox::lowestAnnouncedPriority() const noexcept {
     for (unsigned int word = 0; word < m_announced.size(); ++word) {
         const std::uint64_t bits = m_announced[word].load();
         if (bits != 0) {
-            return word * WordBits + static_cast<unsigned int>(__builtin_ctzll(bits));
+            return word * kWordBits + static_cast<unsigned int>(__builtin_ctzll(bits));
         }
     }
-    return NoPriority;
+    return kNoPriority;
 }
 
 CallInbox::Taken CallInbox::takeOldest() noexcept {
-    for (int spins = 0; spins < SpinsForLink; ++spins) {
+    for (int spins = 0; spins < kSpinsForLink; ++spins) {
         CallNode* const next = m_front->link.load(std::memory_order_acquire);
         if (next != nullptr) {
             CallNode* const retired = m_front;
@@ -75,8 +75,8 @@ CallInbox::Taken CallInbox::takeLinkedOldest() noexcept {
 }
 
 void CallInbox::announce(unsigned int priority) noexcept {
-    std::atomic<std::uint64_t>& word = m_announced[priority / WordBits];
-    const std::uint64_t bit = std::uint64_t{1} << (priority % WordBits);
+    std::atomic<std::uint64_t>& word = m_announced[priority / kWordBits];
+    const std::uint64_t bit = std::uint64_t{1} << (priority % kWordBits);
     if ((word.load() & bit) == 0) {
         word.fetch_or(bit);
     }

@@ -35,7 +35,7 @@ namespace detail {
 // them, calls unrun.
 class CallInbox {
 public:
-    static constexpr unsigned int NoPriority = 256;
+    static constexpr unsigned int kNoPriority = 256;
 
     // A taken call: `node` holds it and stays in the inbox as its front; `retired`, the
     // previous front, is the caller's now (null when that was the stub).
@@ -55,7 +55,7 @@ public:
     // would find it at once.
     bool hasLinkedCall() const noexcept { return m_front->link.load() != nullptr; }
 
-    // The most urgent priority announced since the last drain; NoPriority if none.
+    // The most urgent priority announced since the last drain; kNoPriority if none.
     unsigned int lowestAnnouncedPriority() const noexcept;
 
     // Takes the oldest call; {nullptr, nullptr} when the inbox is empty, or when a push is
@@ -77,7 +77,7 @@ public:
     }
 
 private:
-    static constexpr unsigned int WordBits = 64;
+    static constexpr unsigned int kWordBits = 64;
 
     void announce(unsigned int priority) noexcept;
     // As takeOldest(), but waits as long as a push is linking the oldest call in. There must
@@ -85,14 +85,15 @@ private:
     Taken takeLinkedOldest() noexcept;
 
     // What the pushers write and what the worker writes live on cache lines of their own.
-    static constexpr std::size_t CacheLine = 64;
+    static constexpr std::size_t kCacheLine = 64;
 
     // The newest node; pushers swap themselves in here.
-    alignas(CacheLine) std::atomic<CallNode*> m_tail;
+    alignas(kCacheLine) std::atomic<CallNode*> m_tail;
     // The node of the call taken last, or the stub; the worker's alone.
-    alignas(CacheLine) CallNode* m_front;
+    alignas(kCacheLine) CallNode* m_front;
     CallNode m_stub;
-    alignas(CacheLine) std::array<std::atomic<std::uint64_t>, NoPriority / WordBits> m_announced{};
+    alignas(
+        kCacheLine) std::array<std::atomic<std::uint64_t>, kNoPriority / kWordBits> m_announced{};
 };
 
 }  // namespace detail

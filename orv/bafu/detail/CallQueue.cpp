@@ -127,7 +127,7 @@ void CallQueue::forEachSetBit(const Bitmap& bits, Visit visit) {
     for (std::size_t word = 0; word < bits.size(); ++word) {
         std::uint64_t rest = bits[word];
         while (rest != 0) {
-            visit(static_cast<unsigned int>(word * WordBits) +
+            visit(static_cast<unsigned int>(word * kWordBits) +
                   static_cast<unsigned int>(__builtin_ctzll(rest)));
             rest &= rest - 1;
         }
@@ -137,19 +137,19 @@ void CallQueue::forEachSetBit(const Bitmap& bits, Visit visit) {
 unsigned int CallQueue::lowestPriority() const noexcept {
     for (std::size_t word = 0; word < m_nonEmpty.size(); ++word) {
         if (m_nonEmpty[word] != 0) {
-            return static_cast<unsigned int>(word * WordBits) +
+            return static_cast<unsigned int>(word * kWordBits) +
                    static_cast<unsigned int>(__builtin_ctzll(m_nonEmpty[word]));
         }
     }
-    return NoPriority;
+    return kNoPriority;
 }
 
 void CallQueue::markNonEmpty(unsigned int priority) noexcept {
-    m_nonEmpty[priority / WordBits] |= std::uint64_t{1} << (priority % WordBits);
+    m_nonEmpty[priority / kWordBits] |= std::uint64_t{1} << (priority % kWordBits);
 }
 
 void CallQueue::markEmpty(unsigned int priority) noexcept {
-    m_nonEmpty[priority / WordBits] &= ~(std::uint64_t{1} << (priority % WordBits));
+    m_nonEmpty[priority / kWordBits] &= ~(std::uint64_t{1} << (priority % kWordBits));
 }
 
 }  // namespace detail

@@ -42,7 +42,7 @@ public:
         std::size_t m_size = 0;
     };
 
-    static constexpr unsigned int NoPriority = 256;
+    static constexpr unsigned int kNoPriority = 256;
 
     CallQueue() = default;
     CallQueue(const CallQueue&) = delete;
@@ -55,7 +55,7 @@ public:
     // Puts the node behind every entry of its priority.
     void push(CallNode* node) noexcept;
 
-    // The priority of the entry popFront() would take; NoPriority when empty.
+    // The priority of the entry popFront() would take; kNoPriority when empty.
     unsigned int lowestPriority() const noexcept;
 
     // Takes the most urgent, oldest entry out. The queue must not be empty.
@@ -71,19 +71,19 @@ private:
         CallNode* head = nullptr;
         CallNode* tail = nullptr;
     };
-    static constexpr std::size_t Priorities = 256;
-    static constexpr std::size_t WordBits = 64;
+    static constexpr std::size_t kPriorities = 256;
+    static constexpr std::size_t kWordBits = 64;
 
     void markNonEmpty(unsigned int priority) noexcept;
     void markEmpty(unsigned int priority) noexcept;
     void removeUserFrom(unsigned int priority, unsigned int userId, DroppedCalls& dropped) noexcept;
 
-    using Bitmap = std::array<std::uint64_t, Priorities / WordBits>;
+    using Bitmap = std::array<std::uint64_t, kPriorities / kWordBits>;
 
     template <typename Visit>
     static void forEachSetBit(const Bitmap& bits, Visit visit);
 
-    std::array<Fifo, Priorities> m_lists{};
+    std::array<Fifo, kPriorities> m_lists{};
     Bitmap m_nonEmpty{};  // bit p: list p has entries
     std::size_t m_size = 0;
 };

@@ -13,8 +13,8 @@ using common::system::MutexGuard;
 namespace {
 
 // The priority of every expiry handed to the decoupler.
-constexpr unsigned char ExpiryPriority = 128;
-constexpr unsigned int TimerNumberShift = 32;
+constexpr unsigned char kExpiryPriority = 128;
+constexpr unsigned int kTimerNumberShift = 32;
 
 }  // namespace
 
@@ -119,11 +119,11 @@ void Manager::stopTimer(unsigned long id, std::weak_ptr<std::function<void(bool)
 }
 
 unsigned long Manager::calcTimerId(unsigned int timerNumber, unsigned int userId) {
-    return (static_cast<unsigned long>(timerNumber) << TimerNumberShift) | userId;
+    return (static_cast<unsigned long>(timerNumber) << kTimerNumberShift) | userId;
 }
 
 unsigned long Manager::calcTimerNumber(unsigned long id) {
-    return id >> TimerNumberShift;
+    return id >> kTimerNumberShift;
 }
 
 unsigned long Manager::calcTimerUserId(unsigned long id) {
@@ -136,7 +136,7 @@ void Manager::call(std::function<void(unsigned long)> callback, unsigned long id
         return;
     }
     m_decoupler.call([callback = std::move(callback), id] { callback(id); },
-                     static_cast<unsigned int>(calcTimerUserId(id)), ExpiryPriority);
+                     static_cast<unsigned int>(calcTimerUserId(id)), kExpiryPriority);
 }
 
 void Manager::callAndErase(std::function<void(unsigned long)>&& callback, unsigned long id) {
@@ -149,7 +149,7 @@ void Manager::callAndErase(std::function<void(unsigned long)>&& callback, unsign
     // itself), or the spent timer would stay in the map until the shutdown.
     try {
         m_decoupler.call([callback = std::move(callback), id] { callback(id); },
-                         static_cast<unsigned int>(calcTimerUserId(id)), ExpiryPriority);
+                         static_cast<unsigned int>(calcTimerUserId(id)), kExpiryPriority);
     } catch (...) {
         eraseTimer(id);
         throw;

@@ -22,12 +22,12 @@ namespace orv::bafu {
 namespace {
 
 using namespace test_support;
-constexpr unsigned int Bystander = 4242;  // a user no test removes
+constexpr unsigned int kBystander = 4242;  // a user no test removes
 
 TEST(DefaultDecoupler, RunsMostUrgentFirstAndFifoWithinAPriority) {
     DefaultDecoupler decoupler("order");
     std::vector<std::pair<int, int>> queued, ran;  // priority, arrival
-    Gate gate(decoupler, Bystander);
+    Gate gate(decoupler, kBystander);
     for (int arrival = 0; arrival < 2000; ++arrival) {
         const int priority = arrival % 3 == 0 ? 0 : 64 + arrival * 7919 % 192;  // 0 alone below 64
         queued.emplace_back(priority, arrival);
@@ -43,11 +43,11 @@ TEST(DefaultDecoupler, RunsMostUrgentFirstAndFifoWithinAPriority) {
 }
 
 // With the worker held, `steps` are queued in order; then what ran is compared, in order. A
-// step with a priority is a call that notes its name. Remove: removeUserCalls with a callback
+// step with a priority is a call that notes its name. kRemove: removeUserCalls with a callback
 // that notes the name (with '?' if not on the worker or not told true) and queues a call
-// "<name>+" of the same user at 200; Released: the same, the callback let go at once;
-// RemoveAll: removeAllCalls with such a callback.
-constexpr int Remove = -1, Released = -2, RemoveAll = -3;
+// "<name>+" of the same user at 200; kReleased: the same, the callback let go at once;
+// kRemoveAll: removeAllCalls with such a callback.
+constexpr int kRemove = -1, kReleased = -2, kRemoveAll = -3;
 void play(const std::vector<std::tuple<unsigned int, int, const char*>>& steps,
           const Strings& expected) {
     DefaultDecoupler decoupler("scenario");
@@ -55,7 +55,7 @@ void play(const std::vector<std::tuple<unsigned int, int, const char*>>& steps,
     auto witness = std::make_shared<int>(0);  // held by every call queued
     std::vector<std::shared_ptr<Callback>> callbacks;
     {
-        Gate gate(decoupler, Bystander);
+        Gate gate(decoupler, kBystander);
         for (const auto& [user, priority, name] : steps) {
             if (priority >= 0) {
                 decoupler.call([&ran, witness, name = name] { ran.add(name); }, user,
@@ -67,9 +67,9 @@ void play(const std::vector<std::tuple<unsigned int, int, const char*>>& steps,
                     ran.add(name + (flag && threadName() == "scenario" ? "" : "?"));
                     decoupler.call([&ran, name] { ran.add(name + "+"); }, user, 200);
                 }));
-            priority == RemoveAll ? decoupler.removeAllCalls(callbacks.back())
-                                  : decoupler.removeUserCalls(user, callbacks.back());
-            if (priority == Released) {
+            priority == kRemoveAll ? decoupler.removeAllCalls(callbacks.back())
+                                   : decoupler.removeUserCalls(user, callbacks.back());
+            if (priority == kReleased) {
                 callbacks.pop_back();
             }
         }
@@ -86,7 +86,7 @@ void play(const std::vector<std::tuple<unsigned int, int, const char*>>& steps,
 TEST(DefaultDecoupler, RemovalIsABarrierAt254ThenDropsTheRestAndCallsBack) {
     // clang-format off
     play({{9, 10, "u10"}, {9, 255, "u255"}, {9, 254, "u254-before"}, {10, 255, "o255"},
-          {9, Remove, "removed"}, {9, 254, "u254-after"}, {9, 10, "u10-after"}, {10, 254, "o254"}},
+          {9, kRemove, "removed"}, {9, 254, "u254-after"}, {9, 10, "u10-after"}, {10, 254, "o254"}},
          {"u10", "u10-after", "u254-before", "removed", "removed+", "o254", "o255"});
     // clang-format on
 }
@@ -94,12 +94,13 @@ TEST(DefaultDecoupler, RemovalIsABarrierAt254ThenDropsTheRestAndCallsBack) {
 // A released callback is skipped, its calls dropped all the same. Removing id 0 also drops the
 // removal requests still queued (they carry id 0), whose callbacks then never run.
 TEST(DefaultDecoupler, ReleasedCallbackIsSkippedAndIdZeroDropsPendingRequests) {
-    play({{3, 255, "u3"}, {3, Released, "released"}, {0, Remove, "zero"}, {5, Remove, "dropped"}},
-         {"zero", "zero+"});
+    play(
+        {{3, 255, "u3"}, {3, kReleased, "released"}, {0, kRemove, "zero"}, {5, kRemove, "dropped"}},
+        {"zero", "zero+"});
 }
 
 TEST(DefaultDecoupler, RemovingAllUsersLetsUrgentCallsRunAndDropsTheRest) {
-    play({{2, 255, "a"}, {3, 255, "b"}, {2, 0, "a0"}, {1, RemoveAll, "all"}, {3, 253, "b253"}},
+    play({{2, 255, "a"}, {3, 255, "b"}, {2, 0, "a0"}, {1, kRemoveAll, "all"}, {3, 253, "b253"}},
          {"a0", "b253", "all", "all+"});
 }
 
@@ -110,10 +111,10 @@ TEST(DefaultDecoupler, DestructionFinishesTheRunningCallAndDropsEverythingQueued
     auto witness = std::make_shared<int>(0);
     std::atomic<bool> ran{false}, removed{false};
     const auto onRemoved = std::make_shared<Callback>([&](bool) { removed = true; });
-    Gate first(*decoupler, Bystander);
+    Gate first(*decoupler, kBystander);
     decoupler->call([&ran, witness] { ran = true; }, 2, 255);
     decoupler->removeUserCalls(2, onRemoved);
-    Gate second(*decoupler, Bystander, 1, false);  // taken once the worker has sorted the rest in
+    Gate second(*decoupler, kBystander, 1, false);  // taken once the worker has sorted the rest in
     first.release();
     ASSERT_TRUE(second.state->entered.wait());
     decoupler->call([&ran, witness] { ran = true; }, 2, 0);
@@ -124,26 +125,26 @@ TEST(DefaultDecoupler, DestructionFinishesTheRunningCallAndDropsEverythingQueued
     EXPECT_TRUE(!ran && !removed && witness.use_count() == 1);
 }
 
-// Producers queue calls of several users at random priorities while the test thread withdraws
+// kProducers queue calls of several users at random priorities while the test thread withdraws
 // every user but the first. Every call and every removal the worker starts is checked against
 // the reference model (QueueModel): priority order, FIFO within a priority across producers,
 // removals as barriers that drop their user's queued calls. Besides: every call of the user
 // never removed runs, and every call is destroyed exactly once.
 TEST(DefaultDecouplerStress, ProducersAndRemovalsFollowTheReferenceModel) {
-    constexpr std::size_t Producers = 3, PerProducer = 40000, Users = 5;
+    constexpr std::size_t kProducers = 3, kPerProducer = 40000, kUsers = 5;
     QueueModel model;
     std::atomic<int> destroyed{0};
-    std::atomic<std::size_t> producing{Producers};
-    std::vector<std::vector<std::size_t>> kept(Producers);  // entries of the user never removed
+    std::atomic<std::size_t> producing{kProducers};
+    std::vector<std::vector<std::size_t>> kept(kProducers);  // entries of the user never removed
     std::vector<std::shared_ptr<Callback>> callbacks;
     auto decoupler = std::make_unique<DefaultDecoupler>("stress");
     std::vector<std::thread> producers;
-    for (std::size_t producer = 0; producer < Producers; ++producer) {
+    for (std::size_t producer = 0; producer < kProducers; ++producer) {
         producers.emplace_back([&, producer, random = std::mt19937(producer)]() mutable {
-            for (std::size_t seq = 0; seq < PerProducer; ++seq) {
+            for (std::size_t seq = 0; seq < kPerProducer; ++seq) {
                 const auto priority =
                     static_cast<unsigned char>(random() % 3 == 0 ? 255 : random() % 256);
-                const auto user = static_cast<unsigned int>(2 + random() % Users);
+                const auto user = static_cast<unsigned int>(2 + random() % kUsers);
                 const std::size_t entry = model.begin(priority, user);
                 std::shared_ptr<void> token(nullptr, [&destroyed](void*) { ++destroyed; });
                 decoupler->call(
@@ -160,8 +161,8 @@ TEST(DefaultDecouplerStress, ProducersAndRemovalsFollowTheReferenceModel) {
             --producing;
         });
     }
-    for (unsigned int user = 3; producing > 0; user = 3 + (user - 2) % (Users - 1)) {
-        const std::size_t entry = model.begin(QueueModel::RemovalPriority, user, true);
+    for (unsigned int user = 3; producing > 0; user = 3 + (user - 2) % (kUsers - 1)) {
+        const std::size_t entry = model.begin(QueueModel::kRemovalPriority, user, true);
         callbacks.push_back(std::make_shared<Callback>([&model, entry](bool) {
             model.started(entry);
             model.finished();
@@ -181,7 +182,7 @@ TEST(DefaultDecouplerStress, ProducersAndRemovalsFollowTheReferenceModel) {
     }
     decoupler.reset();
     EXPECT_EQ(model.broken(), 0);
-    EXPECT_EQ(destroyed, int(Producers * PerProducer));
+    EXPECT_EQ(destroyed, int(kProducers * kPerProducer));
 }
 
 }  // namespace

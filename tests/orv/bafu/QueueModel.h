@@ -24,7 +24,7 @@ namespace orv::bafu::test_support {
 
 class QueueModel {
 public:
-    static constexpr unsigned char RemovalPriority = 254;
+    static constexpr unsigned char kRemovalPriority = 254;
 
     // Around a hand-over: begin() before it, end() after it returned; begin() gives the
     // entry's number. A removal is an entry of priority 254 naming the user it removes.

@@ -15,8 +15,8 @@ namespace checksums {
 
 namespace {
 
-constexpr std::uint32_t InitialState[5] = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476,
-                                           0xC3D2E1F0};
+constexpr std::uint32_t kInitialState[5] = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476,
+                                            0xC3D2E1F0};
 
 // Asks the CPU once per process.
 bool shaExtensionsAvailable() noexcept {
@@ -119,7 +119,7 @@ SHA1::Engine SHA1::engine() const noexcept {
 }
 
 void SHA1::reset() noexcept {
-    std::memcpy(m_state, InitialState, sizeof m_state);
+    std::memcpy(m_state, kInitialState, sizeof m_state);
     m_length = 0;
 }
 

@@ -45,7 +45,7 @@ private:
     friend class TimerManager;
     friend class detail::TimerQueue;
 
-    static constexpr std::size_t NotQueued = static_cast<std::size_t>(-1);
+    static constexpr std::size_t kNotQueued = static_cast<std::size_t>(-1);
 
     Timer(std::shared_ptr<detail::TimerQueue> queue, ITimerCallback& callback,
           Clock::duration period, bool cyclic);
@@ -57,7 +57,7 @@ private:
     // The fields below are guarded by the queue's lock.
     Clock::time_point m_due;
     std::uint64_t m_sequence = 0;
-    std::size_t m_heapIndex = NotQueued;
+    std::size_t m_heapIndex = kNotQueued;
 };
 
 }  // namespace timer

@@ -24,9 +24,9 @@ namespace orv::bafu::timer {
 namespace {
 
 using namespace test_support;
-constexpr unsigned long TwoToThe32 = 1UL << 32;
-constexpr const char* ManagerName = "TimerMgrTest";
-constexpr const char* WorkerName = "TimerWorker";
+constexpr unsigned long kTwoToThe32 = 1UL << 32;
+constexpr const char* kManagerName = "TimerMgrTest";
+constexpr const char* kWorkerName = "TimerWorker";
 
 // A callback noting "<id>@<thread>" for every expiry.
 const auto noting = [](Notes& notes) -> std::function<void(unsigned long)> {
@@ -50,12 +50,12 @@ protected:
         EXPECT_EQ(notes.get(), atShutdown);
     }
     std::string at(unsigned long id) const {
-        return std::to_string(id) + "@" + (GetParam() ? WorkerName : ManagerName);
+        return std::to_string(id) + "@" + (GetParam() ? kWorkerName : kManagerName);
     }
 
-    DefaultDecoupler decoupler{WorkerName};
+    DefaultDecoupler decoupler{kWorkerName};
     Notes notes;
-    const std::unique_ptr<Manager> owned = Factory::create(ManagerName);
+    const std::unique_ptr<Manager> owned = Factory::create(kManagerName);
     Manager& manager = *owned;
 };
 
@@ -65,12 +65,12 @@ TEST_P(TimerDelivery, OneShotCallsOnceAndCyclicUntilStopped) {
     std::function<void(unsigned long)> callback = noting(notes);
     const unsigned long once = manager.startTimer(std::move(callback), 1, false);
     EXPECT_FALSE(callback);  // NOLINT(bugprone-use-after-move): taken over
-    EXPECT_EQ(once, TwoToThe32 + (GetParam() ? 2 : 1));  // timer number 1, the decoupler's user id
+    EXPECT_EQ(once, kTwoToThe32 + (GetParam() ? 2 : 1));  // timer number 1, the decoupler's user id
     EXPECT_EQ(Manager::calcTimerNumber(Manager::calcTimerId(5, 7)), 5U);
     EXPECT_EQ(unsigned(Manager::calcTimerUserId(Manager::calcTimerId(5, 7))), 7U);
     const unsigned long blocking = manager.startTimer(noting(notes), 1, true);
     const unsigned long reporting = manager.startTimer(noting(notes), 1, true);
-    EXPECT_EQ(reporting, 3 * TwoToThe32 + (GetParam() ? 4 : 1));  // user ids 2, 3, 4 or always 1
+    EXPECT_EQ(reporting, 3 * kTwoToThe32 + (GetParam() ? 4 : 1));  // user ids 2, 3, 4 or always 1
     ASSERT_TRUE(support::waitUntil([&] { return notes.get().size() >= 8; }));
     manager.stopTimer(blocking);
     support::Latch reported(1);
@@ -112,7 +112,7 @@ TEST(TimerFailure, ThrowingCallbackOnTheTimerThreadIsReportedAndTheOneShotForgot
     RemovalNotingDecoupler decoupler;
     std::atomic<int> oneShot{0}, cyclic{0};
     {
-        Manager manager(ManagerName);
+        Manager manager(kManagerName);
         manager.setOptional_Decoupler(&decoupler);
         ASSERT_TRUE(manager.init());
         manager.startTimer([&](unsigned long) { ++oneShot, throw std::runtime_error("one-shot"); },

@@ -23,7 +23,7 @@ void TimerQueue::schedule(Timer& timer) {
 
 void TimerQueue::cancel(Timer& timer) {
     std::unique_lock<std::mutex> lock(m_lock);
-    if (timer.m_heapIndex != Timer::NotQueued) {
+    if (timer.m_heapIndex != Timer::kNotQueued) {
         remove(&timer);
     }
     if (m_running != &timer) {
@@ -120,7 +120,7 @@ void TimerQueue::remove(Timer* timer) noexcept {
     const std::size_t index = timer->m_heapIndex;
     const Entry last = m_heap.back();
     m_heap.pop_back();
-    timer->m_heapIndex = Timer::NotQueued;
+    timer->m_heapIndex = Timer::kNotQueued;
     if (last.timer == timer) {
         return;
     }
