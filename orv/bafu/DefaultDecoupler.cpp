@@ -7,6 +7,7 @@
 #include "orv/bafu/detail/CallNode.h"
 #include "orv/bafu/detail/CallNodePool.h"
 #include "orv/bafu/detail/CallQueue.h"
+#include "orv/bafu/detail/Semaphore.h"
 #include "orv/bafu/detail/UserIds.h"
 #include "orv/common/system/MutexGuard.h"
 
@@ -25,9 +26,10 @@
 //   m_inbox->m_front, m_queue, m_spare   the worker alone
 //   m_pool                the worker gives spent nodes back, clients take them (CallNodePool)
 //   m_nextUserId          any thread, under m_mutex
-//   m_running             the destructor clears it under m_mutex; the worker reads it
-//   m_workerWaiting       the worker sets it under m_mutex before it sleeps; the first pusher
-//                         that finds it set clears it and wakes the worker
+//   m_running             the destructor clears it; the worker reads it
+//   m_workerWaiting       the worker sets it before it sleeps; whoever clears it first (the
+//                         first pusher to find it set, or the worker itself when it finds
+//                         work after all) decides whether m_wakeUp is posted
 //
 // Invariants.
 //   I1  The inbox holds the calls in the order their pushes swapped m_tail; the queue holds
@@ -57,15 +59,17 @@
 // sequentially consistent on both sides because each side writes one location and then reads
 // the other's (the pusher: link, then m_workerWaiting; the worker going to sleep:
 // m_workerWaiting, then the link): with anything weaker both could read the old value, and a
-// call would wait in the inbox beside a sleeping worker. m_running needs no order of its own:
-// the destructor clears it under m_mutex and the worker reads it under m_mutex before it
-// sleeps; its other reads only let the worker stop earlier.
+// call would wait in the inbox beside a sleeping worker. m_running is sequentially consistent
+// for the same reason: the destructor clears it and then posts m_wakeUp; the worker sets
+// m_workerWaiting and then reads it.
 //
-// Sleeping. An idle worker, under m_mutex, sets m_workerWaiting, looks at the inbox once more
-// and waits on m_wakeUp. The first pusher that finds the flag set clears it, takes m_mutex (so
-// the worker is either still to look at the inbox or already waiting) and signals. Later pushers
-// find the flag clear: their calls are found by the same wake-up, since the worker drains before it
-// sleeps again.
+// Sleeping. An idle worker sets m_workerWaiting, looks at the inbox and m_running once more,
+// and waits on the semaphore m_wakeUp. The first pusher that finds the flag set clears it and
+// posts. Later pushers find the flag clear: their calls are found by the same wake-up, since
+// the worker drains before it sleeps again. A worker that finds work on its last look takes the
+// flag back; if a pusher cleared it first, that pusher's post is on its way and the worker
+// takes it, so no post is left over for a later sleep. The destructor posts unconditionally:
+// the one post that may be left over, when the worker is already leaving.
 //
 // Removal as a barrier. removeUserCalls(user, onRemoved) pushes a call like any other, with
 // user id 0 and priority 254, so it waits behind every call of priority 0..254 handed over
@@ -91,6 +95,7 @@ DefaultDecoupler::Element::Element(std::function<void()>&& function, unsigned in
 
 DefaultDecoupler::DefaultDecoupler(const std::string& threadName)
     : Thread(threadName),
+      m_wakeUp(std::make_unique<detail::Semaphore>()),
       m_nextUserId(detail::kFirstUserId),
       m_pool(std::make_unique<detail::CallNodePool>()),
       m_inbox(std::make_unique<detail::CallInbox>()),
@@ -102,10 +107,7 @@ DefaultDecoupler::DefaultDecoupler(const std::string& threadName)
 
 DefaultDecoupler::~DefaultDecoupler() {
     try {
-        {
-            MutexGuard guard(m_mutex);
-            m_running = false;
-        }
+        m_running = false;
         wakeWorker();
         join();
     } catch (...) {  // NOLINT(bugprone-empty-catch): a destructor lets nothing out
@@ -244,17 +246,15 @@ void DefaultDecoupler::carryOutRemoval(unsigned int userId,
 }
 
 void DefaultDecoupler::waitForWork() {
-    MutexGuard guard(m_mutex);
     m_workerWaiting = true;
-    if (!m_inbox->hasLinkedCall() && m_running) {
-        m_wakeUp.wait(m_mutex);  // a spurious wake-up only costs a look at the inbox
+    if ((m_inbox->hasLinkedCall() || !m_running) && m_workerWaiting.exchange(false)) {
+        return;  // no pusher saw the flag, so none posts
     }
-    m_workerWaiting = false;
+    m_wakeUp->wait();
 }
 
 void DefaultDecoupler::wakeWorker() {
-    { MutexGuard guard(m_mutex); }
-    m_wakeUp.signal();
+    m_wakeUp->post();
 }
 
 }  // namespace bafu

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "orv/bafu/IDecoupler.h"
-#include "orv/common/system/CondVar.h"
 #include "orv/common/system/Mutex.h"
 #include "orv/common/system/Thread.h"
 #include "orv/nol/common/Export.h"
@@ -19,6 +18,7 @@ class CallInbox;
 struct CallNode;
 class CallNodePool;
 class CallQueue;
+class Semaphore;
 }  // namespace detail
 
 // A decoupler with one worker thread of its own, started by the constructor and named after
@@ -89,10 +89,9 @@ private:
     void waitForWork();
     void wakeWorker();
 
-    // Signalled when work arrives while the worker waits for it, and to stop it.
-    common::system::CondVar m_wakeUp;
-    // Guards m_nextUserId, and orders the worker's going to sleep against its wake-up.
-    common::system::Mutex m_mutex;
+    // Posted when work arrives while the worker waits for it, and to stop it.
+    std::unique_ptr<detail::Semaphore> m_wakeUp;
+    common::system::Mutex m_mutex;  // guards m_nextUserId
     unsigned int m_nextUserId;
     // Spent nodes on their way back from the worker to the clients.
     std::unique_ptr<detail::CallNodePool> m_pool;
