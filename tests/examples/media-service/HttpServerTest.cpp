@@ -19,6 +19,11 @@
 #include "HttpServer.h"
 #include "support/Concurrency.h"
 
+// Present when UBSan checks dynamic types. That check opens a pipe to probe memory; with no
+// descriptor left it reports a sound object as one with an invalid vptr, so the test cannot run
+// under it (it runs in the release and tsan presets).
+extern "C" void __ubsan_handle_dynamic_type_cache_miss_abort(...) __attribute__((weak));
+
 namespace mediaservice {
 namespace {
 
@@ -103,6 +108,9 @@ std::string exchange(int fd, const std::string& request) {
 }
 
 TEST(HttpServer, AcceptsAgainAfterRunningOutOfDescriptors) {
+    if (&__ubsan_handle_dynamic_type_cache_miss_abort != nullptr) {
+        GTEST_SKIP() << "UBSan's vptr check needs descriptors of its own";
+    }
     LogLines log;
     const auto answerOk = [](HttpRequest, Responder respond) {
         respond(HttpReply{200, "OK", "{}", "text/plain", {}});
