@@ -69,8 +69,10 @@ TEST(ThreadTest, StartsOnceUntilJoinedAndTheDestructorJoins) {
         Thread thread("lifecycle", &body);
         thread.join();  // never started: nothing to wait for
         thread.start();
+        EXPECT_TRUE(thread.isRunning());
         EXPECT_THROW(thread.start(), IllegalStateException);  // running or ended, not joined
         thread.join();
+        EXPECT_FALSE(thread.isRunning());
         thread.start();  // again; a destructor that does not wait would end before this run
     }
     EXPECT_EQ(body.runs.load(), 2);
