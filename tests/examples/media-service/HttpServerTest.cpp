@@ -61,7 +61,8 @@ public:
     DescriptorDrought(const DescriptorDrought&) = delete;
     DescriptorDrought& operator=(const DescriptorDrought&) = delete;
 
-    bool exhausted() const { return m_exhausted; }
+    // True when no descriptor is left and at least one was taken (to give back).
+    bool exhausted() const { return m_exhausted && !m_taken.empty(); }
     void giveOneBack() {
         close(m_taken.back());
         m_taken.pop_back();
@@ -82,6 +83,9 @@ private:
 
 int connectTo(unsigned short port) {
     const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    if (fd < 0) {
+        return -1;
+    }
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
@@ -89,7 +93,7 @@ int connectTo(unsigned short port) {
     const timeval patience{30, 0};  // a server that never answers fails the test, not hangs it
     setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast): the sockets API takes it so
-    if (fd >= 0 && connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+    if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
         close(fd);
         return -1;
     }
